@@ -57,18 +57,6 @@ int main(int argc, char** argv) {
         return 0;
     }
     // Sub-command table: the first matching name runs.
-    if (command == "config")
-        return app::CmdConfig(rest);
-    if (command == "eval")
-        return app::CmdEval(rest);
-    if (command == "format")
-        return app::CmdFormat(rest);
-    if (command == "expand")
-        return app::CmdExpand(rest);
-    if (command == "keys")
-        return app::CmdKeys(rest);
-    if (command == "run")
-        return app::CmdRun(argc, argv, rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
     return 2;
 }

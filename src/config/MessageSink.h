@@ -1,0 +1,53 @@
+#pragma once
+// Messages the user sees go out through a sink that the program supplies: a
+// message box in the windowed program, standard error ("title: text") when
+// headless, a list in the tests. The core never shows anything itself.
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace config {
+
+enum class MessageIcon { None, Question, Exclamation, Information };
+enum class MessageButtons { Ok, RetryCancel, YesNo };
+// Deferred: nobody can answer now (headless); the caller keeps its work and
+// asks again later.
+enum class MessageAnswer { Ok, Retry, Cancel, Yes, No, Deferred };
+
+struct Message {
+    std::string text;
+    std::string title;
+    MessageIcon icon = MessageIcon::None;
+    MessageButtons buttons = MessageButtons::Ok;
+    bool operator==(const Message&) const = default;
+};
+
+class MessageSink {
+public:
+    virtual ~MessageSink() = default;
+    virtual MessageAnswer Show(const Message& message) = 0;
+    // soundType 0 is the standard beep; other values are platform sound types.
+    virtual void Beep(long soundType = 0) = 0;
+};
+
+// Records every message and beep; answers from a queue (Ok when it is empty).
+class RecordingMessageSink : public MessageSink {
+public:
+    std::vector<Message> shown;
+    std::vector<long> beeps;
+    std::deque<MessageAnswer> answers;
+
+    MessageAnswer Show(const Message& message) override {
+        shown.push_back(message);
+        if (answers.empty())
+            return message.buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel
+                                                                  : MessageAnswer::Ok;
+        MessageAnswer a = answers.front();
+        answers.pop_front();
+        return a;
+    }
+    void Beep(long soundType = 0) override { beeps.push_back(soundType); }
+};
+
+} // namespace config

@@ -1,0 +1,37 @@
+#pragma once
+// Time as the runtime sees it: a millisecond tick count (GetTickCount, may
+// wrap) and the local date and time. Tests drive a ManualClock by hand.
+
+#include <cstdint>
+
+namespace engine {
+
+struct DateTime {
+    int Year = 1899, Month = 12, Day = 30; // the zero date
+    int Hour = 0, Minute = 0, Second = 0;
+    bool operator==(const DateTime&) const = default;
+};
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+    // Milliseconds from an arbitrary origin, as a signed 32-bit count that
+    // wraps around; callers compare with wrap-around in mind.
+    virtual std::int32_t TickCount() = 0;
+    // The local date and time, to the second.
+    virtual DateTime Now() = 0;
+};
+
+class ManualClock : public Clock {
+public:
+    std::int32_t ticks = 0;
+    DateTime now{2026, 11, 15, 14, 5, 9};
+    std::int32_t TickCount() override { return ticks; }
+    DateTime Now() override { return now; }
+    void Advance(std::int32_t ms) {
+        ticks = static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) +
+                                          static_cast<std::uint32_t>(ms));
+    }
+};
+
+} // namespace engine

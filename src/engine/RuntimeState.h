@@ -1,0 +1,69 @@
+#pragma once
+// The runtime's program-wide state: everything the acquisition loop, field
+// processing, output dispatch and the command handlers share while the
+// runtime window (or the headless runtime) is active. Created at activation,
+// passed by reference.
+
+#include "engine/Clock.h"
+#include "engine/Value.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace engine {
+
+enum RunModes : std::int16_t { Inactive = 0, Normal = 1, VirtualDevice = 2, PortTest = 3 };
+
+struct RuntimeState {
+    // The current record's fields: 1..40 fields, 41 overflow, 0 unused.
+    std::array<Value, 42> FieldValue{};
+    std::uint8_t InChar = 0;
+    std::string PendingOutput;
+    std::int16_t BreakTicks = 0;
+    bool Suspended = false;
+    bool OneShotRecord = false;
+    std::int16_t RunMode = Inactive;
+    std::int16_t ExitCountdown = 0;
+    std::array<std::string, 256> OutputTranslation{};
+    std::string EndChars = "\r";
+
+    // Framing.
+    std::int16_t CurField = 1;
+    std::int16_t CharsInField = 0;
+    std::int16_t CharsInRecord = 0;
+    std::uint8_t IdleTicks = 0;
+    bool RecordActive = false;
+    bool VoidRecord = false;
+    bool LastCharWasSpace = false;
+
+    // Timed output and the Opto-RS handshake.
+    int TimedOutputFlags = 0;
+    std::int32_t NextTimedOutput = 0;
+    bool OptoEchoPending = false;
+
+    // Date/time display.
+    std::optional<DateTime> LastDateTime;
+
+    // Deferred DDE link requests.
+    bool RelinkCommandPending = false;
+    bool RelinkOutputPending = false;
+
+    // What the runtime window shows: the field boxes 1..40, the record
+    // counter (kept as text, editable) and the date/time box.
+    std::array<std::string, 41> FieldText{};
+    std::string RecordNumber;
+    std::string DateTimeText;
+
+    // The per-port "SpecialBeep" sound type read at activation; 0 = standard beep.
+    long SpecialBeep = 0;
+
+    // Set while a tick is running (or waiting inside a delivery), so that a
+    // tick started from a pumped event is skipped instead of nesting.
+    bool InTick = false;
+    // Set by the exit action; the program's event loop ends the runtime.
+    bool ExitRequested = false;
+};
+
+} // namespace engine

@@ -1,0 +1,38 @@
+#pragma once
+// The open serial port as the runtime uses it. Implementations: PosixPort (a
+// real termios device), VirtualPort (the virtual serial device: no hardware,
+// input from a text buffer, output to a sink) and FakePort (records every
+// call, for tests).
+
+#include <cstdint>
+#include <string>
+
+namespace serial {
+
+class Port {
+public:
+    virtual ~Port() = default;
+    // One byte if one is buffered: returns 1 and sets byte, else 0. Never waits.
+    virtual int ReadOneByte(std::uint8_t& byte) = 0;
+    // Writes pendingOutput and keeps the part that was not accepted.
+    virtual void FlushPendingOutput(std::string& pendingOutput) = 0;
+    // Discards the transmit and receive buffers (nothing on the virtual device).
+    virtual void PurgePort() = 0;
+    virtual void SetDTR(bool on) = 0;
+    virtual void SetRTS(bool on) = 0;
+    // DTR low for 155 ms, then high again; blocks the caller.
+    virtual void PulseDTR() = 0;
+    virtual void SetCommBreak() = 0;
+    virtual void ClearCommBreak() = 0;
+    // Lowers DTR and RTS and closes the device.
+    virtual void ClosePort() = 0;
+    // False on the virtual device: line operations then do nothing.
+    virtual bool IsRealPort() const { return true; }
+};
+
+// BREAK bookkeeping shared by every caller: StartBreak sets BREAK and
+// breakTicks = 2; BreakTimerTick (once per tick) clears it on the second tick.
+void StartBreak(Port& port, std::int16_t& breakTicks);
+void BreakTimerTick(Port& port, std::int16_t& breakTicks);
+
+} // namespace serial
