@@ -1,0 +1,66 @@
+#!/usr/bin/env python3
+"""Writes the example configurations as JSON for `corvane config build`.
+
+Arrays keep their full index ranges: field arrays 0..40 (entry 0 unused).
+"""
+import json
+
+
+def fields(values, default):
+    out = [default] * 41
+    out[0] = "" if isinstance(default, str) else 0
+    for i, v in values.items():
+        out[i] = v
+    return out
+
+
+balance = {
+    # A lab balance at 9600,N,8,1 that prints one weighing per line such as
+    # "   12.345 g" followed by CR LF. Each weighing is logged in milligrams
+    # with a time stamp.
+    "BaudRate": 6, "Parity": 0, "DataBits": 3, "StopBits": 0,
+    "TransferMode": 2,
+    "StartOfRecordEvent": 2,          # a record starts at a digit, sign or decimal point
+    "EndOfRecordEvent": 0,            # and ends at the carriage return
+    "RecordStructure": 0, "NumFields": 1,
+    "RecordPreamble": "{CENTURY}{YEAR}-{MONTH}-{DAY} {HOUR}:{MINUTE}:{SECOND};",
+    "FieldFilter": fields({1: "N"}, "C"),
+    "FieldExpression": fields({1: "field(1)*1000"}, ""),
+    "FieldFormat": fields({1: "0.0"}, ""),
+    "FieldPostamble": fields({1: " mg"}, ""),
+    "AckString": "",
+    "LogFileName": "balance.log",
+}
+
+barcode = {
+    # A bar-code reader that sends each code without a terminator; a pause of
+    # two ticks (100 ms) ends the code, which is typed into the window whose
+    # title contains "Inventory" followed by Enter.
+    "BaudRate": 6, "Parity": 0, "DataBits": 3, "StopBits": 0,
+    "TransferMode": 0,
+    "StartOfRecordEvent": 1,          # printable characters only start a code
+    "EndOfRecordEvent": 1, "TimeDelayTicks": 2,
+    "RecordStructure": 0, "NumFields": 1,
+    "FieldPostamble": fields({1: "~"}, ""),
+    "TargetAppTitle": "Inventory", "ActivateTarget": -1, "InterCharDelay": 0,
+}
+
+meter = {
+    # A climate meter that sends "temperature,humidity,pressure" lines. The
+    # temperature is converted to Fahrenheit; the fields are logged separated
+    # by tabs.
+    "BaudRate": 8, "Parity": 0, "DataBits": 3, "StopBits": 0,
+    "TransferMode": 2,
+    "StartOfRecordEvent": 2, "EndOfRecordEvent": 0,
+    "RecordStructure": 1, "NumFields": 3, "DelimiterChar": ",",
+    "FieldFilter": fields({1: "N", 2: "N", 3: "N"}, "C"),
+    "FieldExpression": fields({1: "field(1)*9/5+32"}, ""),
+    "FieldFormat": fields({1: "0.0", 2: "0.0", 3: "0.0"}, ""),
+    "FieldPostamble": fields({1: "\t", 2: "\t"}, ""),
+    "LogFileName": "meter.log",
+}
+
+for name, cfg in (("balance", balance), ("barcode", barcode), ("meter", meter)):
+    with open(f"{name}.json", "w") as f:
+        json.dump(cfg, f, indent=1)
+        f.write("\n")
