@@ -1,0 +1,145 @@
+#include "engine/Value.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace engine {
+
+bool Value::IsNumeric() const {
+    switch (kind()) {
+    case Kind::Boolean:
+    case Kind::Int16:
+    case Kind::Int32:
+    case Kind::Single:
+    case Kind::Double:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::string Value::ToText(const Locale& locale) const {
+    switch (kind()) {
+    case Kind::Empty:
+        return "";
+    case Kind::Boolean:
+        return AsBool() ? "True" : "False";
+    case Kind::Int16:
+        return std::to_string(AsInt16());
+    case Kind::Int32:
+        return std::to_string(AsInt32());
+    case Kind::Single:
+        return GeneralNumber(AsSingle(), true, locale);
+    case Kind::Double:
+        return GeneralNumber(AsDouble(), false, locale);
+    case Kind::Text:
+        return AsText();
+    }
+    return "";
+}
+
+std::optional<double> Value::ToNumber(const Locale& locale) const {
+    switch (kind()) {
+    case Kind::Empty:
+        return 0.0;
+    case Kind::Boolean:
+        return AsBool() ? -1.0 : 0.0;
+    case Kind::Int16:
+        return AsInt16();
+    case Kind::Int32:
+        return AsInt32();
+    case Kind::Single:
+        return AsSingle();
+    case Kind::Double:
+        return AsDouble();
+    case Kind::Text: {
+        std::size_t used = 0;
+        double v = LeadingNumber(AsText(), locale.DecimalSeparator, &used);
+        if (used == 0)
+            return std::nullopt;
+        return v;
+    }
+    }
+    return std::nullopt;
+}
+
+double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* consumed) {
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t'))
+        ++i;
+    std::string digits;
+    if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
+        if (text[i] == '-')
+            digits += '-';
+        ++i;
+    }
+    bool sawDigit = false, sawPoint = false;
+    for (; i < text.size(); ++i) {
+        char c = text[i];
+        if (c >= '0' && c <= '9') {
+            digits += c;
+            sawDigit = true;
+        } else if (c == decimalSeparator && !sawPoint) {
+            digits += '.';
+            sawPoint = true;
+        } else {
+            break;
+        }
+    }
+    if (consumed)
+        *consumed = sawDigit ? i : 0;
+    if (!sawDigit)
+        return 0.0;
+    return std::strtod(digits.c_str(), nullptr);
+}
+
+namespace {
+
+// Removes trailing zeros of a fraction, and the decimal point they leave.
+void TrimFraction(std::string& s) {
+    if (s.find('.') == std::string::npos)
+        return;
+    while (!s.empty() && s.back() == '0')
+        s.pop_back();
+    if (!s.empty() && s.back() == '.')
+        s.pop_back();
+}
+
+} // namespace
+
+std::string GeneralNumber(double v, bool single, const Locale& locale) {
+    if (std::isnan(v))
+        return "NaN";
+    if (std::isinf(v))
+        return v < 0 ? "-Infinity" : "Infinity";
+    if (v == 0)
+        return "0";
+    const int precision = single ? 7 : 15;
+    // Round to the significant digits first: the exponent is that of the
+    // rounded value (9.999999999999999 shows as 10).
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.*e", precision - 1, v);
+    std::string mantissa = buf;
+    std::size_t ePos = mantissa.find('e');
+    int exponent = std::atoi(mantissa.c_str() + ePos + 1);
+    mantissa.resize(ePos);
+    std::string out;
+    if (exponent >= precision || exponent < -4) {
+        TrimFraction(mantissa);
+        char exp[16];
+        std::snprintf(exp, sizeof exp, "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
+        out = mantissa + exp;
+    } else {
+        std::snprintf(buf, sizeof buf, "%.*f", std::max(0, precision - 1 - exponent), v);
+        out = buf;
+        TrimFraction(out);
+    }
+    if (locale.DecimalSeparator != '.')
+        for (char& c : out)
+            if (c == '.')
+                c = locale.DecimalSeparator;
+    return out;
+}
+
+} // namespace engine
