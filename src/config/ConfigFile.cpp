@@ -1,0 +1,578 @@
+#include "config/ConfigFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <fstream>
+#include <optional>
+
+namespace config {
+
+const char* const BannerV300 =
+    "Software Vardle Version 3.00 Settings File -- Serial Instrument Data Capture.";
+
+namespace {
+
+const char* const BannerV11 =
+    "Software Vardle Version 1.1 Settings File -- Serial Instrument Data Capture.";
+const char* const BannerV200 =
+    "Software Vardle Version 2.00 Settings File -- Serial Instrument Data Capture.";
+const char* const BannerPlain = "Software Vardle Settings File -- Serial Instrument Data Capture";
+
+const char* const FileErrorTitle = "Corvane File Error";
+const char* const PreviousVersionTitle = "Corvane Version 3.0";
+const char* const PreviousVersionText =
+    "The selected configuration file was created with a previous version of Corvane. If you "
+    "save it from this version of Corvane it will not be readable by your previous version.";
+
+// A text line longer than this is cut; the rest of it is skipped. No valid
+// line comes near it, and it keeps a hostile file from taking unbounded memory.
+constexpr std::size_t MaxLineLength = 1 << 16;
+// Lengths are read back as 16-bit Integers.
+constexpr long MaxRawLength = 32767;
+
+enum class Layout { V11, V200, V300 };
+
+std::optional<Layout> LayoutOf(const std::string& banner) {
+    if (banner == BannerV11)
+        return Layout::V11;
+    if (banner == BannerV200)
+        return Layout::V200;
+    if (banner == BannerV300 || banner == BannerPlain)
+        return Layout::V300;
+    return std::nullopt;
+}
+
+// Sequential reading of a configuration file. Every read either succeeds or
+// marks the reader failed (end of file, a number out of range); once failed,
+// every later read fails too, so the loader stops storing values.
+class Reader {
+public:
+    explicit Reader(std::istream& in) : in_(in) {}
+
+    bool ok() const { return ok_; }
+    bool AtEnd() { return in_.peek() == std::char_traits<char>::eof(); }
+    void Fail() { ok_ = false; }
+
+    // A line up to CR (a following LF is consumed) or a lone LF.
+    std::optional<std::string> Line() {
+        if (!ok_ || AtEnd()) {
+            ok_ = false;
+            return std::nullopt;
+        }
+        std::string line;
+        int c;
+        while ((c = in_.get()) != std::char_traits<char>::eof()) {
+            if (c == '\r') {
+                if (in_.peek() == '\n')
+                    in_.get();
+                break;
+            }
+            if (c == '\n')
+                break;
+            if (line.size() < MaxLineLength)
+                line.push_back(static_cast<char>(c));
+        }
+        return line;
+    }
+
+    // A number on a line of its own: blanks around it are skipped, a fraction
+    // is rounded, the rest of the line is ignored. Fails outside [lo, hi].
+    std::optional<long> Number(long lo, long hi) {
+        auto line = Line();
+        if (!line)
+            return std::nullopt;
+        std::size_t i = 0;
+        while (i < line->size() && ((*line)[i] == ' ' || (*line)[i] == '\t'))
+            ++i;
+        std::size_t start = i;
+        if (i < line->size() && ((*line)[i] == '-' || (*line)[i] == '+'))
+            ++i;
+        while (i < line->size() && (std::isdigit(static_cast<unsigned char>((*line)[i])) ||
+                                    (*line)[i] == '.'))
+            ++i;
+        double v = 0;
+        if (i > start) {
+            std::string digits = line->substr(start, std::min<std::size_t>(i - start, 40));
+            v = std::strtod(digits.c_str(), nullptr);
+        }
+        v = std::nearbyint(v);
+        if (!(v >= static_cast<double>(lo) && v <= static_cast<double>(hi))) {
+            ok_ = false;
+            return std::nullopt;
+        }
+        return static_cast<long>(v);
+    }
+
+    // Exactly count raw bytes.
+    std::optional<std::string> Raw(long count) {
+        if (!ok_ || count < 0 || count > MaxRawLength) {
+            ok_ = false;
+            return std::nullopt;
+        }
+        std::string bytes(static_cast<std::size_t>(count), '\0');
+        in_.read(bytes.data(), count);
+        if (in_.gcount() != count) {
+            ok_ = false;
+            return std::nullopt;
+        }
+        return bytes;
+    }
+
+    // A length line followed immediately by that many bytes (older layouts).
+    std::optional<std::string> CountedString() {
+        auto n = Number(0, MaxRawLength);
+        if (!n)
+            return std::nullopt;
+        return Raw(*n);
+    }
+
+private:
+    std::istream& in_;
+    bool ok_ = true;
+};
+
+// Stores what a successful read gave; leaves the target alone otherwise.
+void Put(Integer& target, std::optional<long> v) {
+    if (v)
+        target = static_cast<Integer>(*v);
+}
+void Put(Long& target, std::optional<long> v) {
+    if (v)
+        target = static_cast<Long>(*v);
+}
+void Put(std::string& target, std::optional<std::string> v) {
+    if (v)
+        target = std::move(*v);
+}
+
+std::optional<long> Int(Reader& r) { return r.Number(-32768, 32767); }
+std::optional<long> Lng(Reader& r) { return r.Number(-2147483647L - 1, 2147483647L); }
+
+// A translation string rebuilt from 256 code lines.
+void ReadCodeString(Reader& r, std::string& target) {
+    std::string built;
+    for (int i = 0; i < 256; ++i) {
+        auto code = r.Number(0, 255);
+        if (!code)
+            return;
+        built.push_back(static_cast<char>(*code));
+    }
+    target = std::move(built);
+}
+
+void ReadPreInputEntry(Reader& r, std::string& target) {
+    auto line = r.Line();
+    if (!line)
+        return;
+    if (*line == "Ignore" || *line == "Void Record") {
+        target = *line;
+        return;
+    }
+    std::size_t i = line->find_first_not_of(" \t");
+    double v = i == std::string::npos ? 0 : std::strtod(line->substr(i, 40).c_str(), nullptr);
+    v = std::nearbyint(v);
+    if (!(v >= 0 && v <= 255)) {
+        r.Fail();
+        return;
+    }
+    target = std::string(1, static_cast<char>(static_cast<int>(v)));
+}
+
+void ReadPortAndRecordLines(Reader& r, Config& cfg, Layout layout) {
+    Put(cfg.PortNumber, Int(r));
+    Put(cfg.BaudRate, Int(r));
+    Put(cfg.Parity, Int(r));
+    Put(cfg.DataBits, Int(r));
+    Put(cfg.StopBits, Int(r));
+    Put(cfg.FlowControl, Int(r));
+    Put(cfg.InputBufferSize, Lng(r));
+    Put(cfg.OutputBufferSize, Lng(r));
+    Put(cfg.BeepOnInput, Int(r));
+    Put(cfg.TransferMode, Int(r));
+    Put(cfg.TimeDelayTicks, Int(r));
+    Put(cfg.StartOfRecordEvent, Int(r));
+    Put(cfg.EndOfRecordEvent, Int(r));
+    Put(cfg.RecordStructure, Int(r));
+    Put(cfg.RecordLength, Int(r));
+    Put(cfg.NumFields, Int(r));
+    if (layout == Layout::V200) {
+        // The delimiter itself: its first character, the rest of the line dropped.
+        if (auto line = r.Line(); line && !line->empty())
+            cfg.DelimiterChar = line->substr(0, 1);
+    } else if (auto code = r.Number(0, 255)) {
+        cfg.DelimiterChar = std::string(1, static_cast<char>(*code));
+    }
+    Put(cfg.TargetAppTitle, r.Line());
+    Put(cfg.TargetAppCommand, r.Line());
+    Put(cfg.ActivateTarget, Int(r));
+    Put(cfg.DdeCmdApp, r.Line());
+    Put(cfg.DdeCmdTopic, r.Line());
+    Put(cfg.DdeCmdText, r.Line());
+}
+
+void ReadTables(Reader& r, Config& cfg) {
+    for (auto& entry : cfg.TranslationTable)
+        Put(entry, r.Line());
+    for (auto& entry : cfg.PreInputTranslation)
+        ReadPreInputEntry(r, entry);
+    ReadCodeString(r, cfg.DdeTranslation);
+    ReadCodeString(r, cfg.LogTranslation);
+}
+
+void ReadFieldGroups(Reader& r, Config& cfg, Layout layout) {
+    for (int i = 1; i <= NumOutputStrings; ++i) {
+        Put(cfg.OutputStringName[i], r.Line());
+        if (layout == Layout::V200)
+            Put(cfg.OutputString[i], r.CountedString());
+        for (int f : {i, i + 20}) {
+            Put(cfg.FieldFilter[f], r.Line());
+            Put(cfg.FieldLength[f], Int(r));
+            if (layout == Layout::V200)
+                Put(cfg.FieldPostamble[f], r.CountedString());
+        }
+        Put(cfg.FieldFormat[i], r.Line());
+        Put(cfg.FieldFormat[i + 20], r.Line());
+    }
+}
+
+void ReadPreferences(Reader& r, Config& cfg) {
+    Put(cfg.LogFileName, r.Line());
+    Put(cfg.MinimizeOnActivation, Int(r));
+    Put(cfg.CmdLinkApp, r.Line());
+    Put(cfg.CmdLinkTopic, r.Line());
+    Put(cfg.CmdLinkItem, r.Line());
+    Put(cfg.CmdLinkAuto, Int(r));
+    Put(cfg.OutLinkApp, r.Line());
+    Put(cfg.OutLinkTopic, r.Line());
+    Put(cfg.OutLinkItem, r.Line());
+    Put(cfg.OutLinkAuto, Int(r));
+    Put(cfg.StripOutputCrLf, Int(r));
+    Put(cfg.DateTimeFormat, r.Line());
+    Put(cfg.ShowDateTime, Int(r));
+    Put(cfg.ButtonDisplay, Int(r));
+}
+
+// The 3.00 part after the preferences: timer, hot keys, expressions, the
+// length lines and the raw block.
+void ReadV300Tail(Reader& r, Config& cfg) {
+    Put(cfg.TimerInterval, Lng(r));
+    Put(cfg.TimerEnabled, Int(r));
+    Put(cfg.ActivateSuspended, Int(r));
+    Put(cfg.AlwaysOnTop, Int(r));
+    for (int i = 0; i < NumHotKeys; ++i) {
+        Put(cfg.HotKeyAction[i], Int(r));
+        Put(cfg.HotKeyCode[i], Int(r));
+    }
+    for (int i = 1; i <= MaxFields; ++i)
+        Put(cfg.FieldExpression[i], r.Line());
+
+    // Lengths: acknowledgement, timer, preamble, start, end; then per group
+    // output string i, postamble i, postamble i+20; then the hot-key texts.
+    auto len = [&r] { return r.Number(-2147483647L - 1, 2147483647L); };
+    auto ackLen = len(), timerLen = len(), preambleLen = len(), startLen = len(), endLen = len();
+    std::array<std::optional<long>, NumOutputStrings + 1> outLen{};
+    std::array<std::optional<long>, MaxFields + 1> postLen{};
+    for (int i = 1; i <= NumOutputStrings; ++i) {
+        outLen[i] = len();
+        postLen[i] = len();
+        postLen[i + 20] = len();
+    }
+    std::array<std::optional<long>, NumHotKeys> hotLen{};
+    for (auto& l : hotLen)
+        l = len();
+    if (!r.ok())
+        return;
+
+    // The raw block keeps another order: start, end, acknowledgement, timer,
+    // preamble, then the output strings, postambles 1..40 and hot-key texts.
+    Put(cfg.StartOfRecordChars, r.Raw(*startLen));
+    Put(cfg.EndOfRecordChars, r.Raw(*endLen));
+    Put(cfg.AckString, r.Raw(*ackLen));
+    Put(cfg.TimerString, r.Raw(*timerLen));
+    Put(cfg.RecordPreamble, r.Raw(*preambleLen));
+    for (int i = 1; i <= NumOutputStrings; ++i)
+        Put(cfg.OutputString[i], r.Raw(*outLen[i]));
+    for (int i = 1; i <= MaxFields; ++i)
+        Put(cfg.FieldPostamble[i], r.Raw(*postLen[i]));
+    for (int i = 0; i < NumHotKeys; ++i)
+        Put(cfg.HotKeyData[i], r.Raw(*hotLen[i]));
+}
+
+// The two closing lines, both optional.
+void ReadClosingLines(Reader& r, Config& cfg) {
+    Put(cfg.DdeTopicName, r.Line());
+    Put(cfg.InterCharDelay, Lng(r));
+}
+
+void ShowPreviousVersion(MessageSink& messages) {
+    messages.Beep();
+    messages.Show({PreviousVersionText, PreviousVersionTitle, MessageIcon::Exclamation,
+                   MessageButtons::Ok});
+}
+
+LoadStatus LoadV11(Config& cfg, Reader& r, MessageSink& messages, bool duringStartup) {
+    Put(cfg.PortNumber, Int(r));
+    Put(cfg.BaudRate, Int(r));
+    Put(cfg.Parity, Int(r));
+    Put(cfg.DataBits, Int(r));
+    Put(cfg.StopBits, Int(r));
+    Put(cfg.FlowControl, Int(r));
+    Put(cfg.InputBufferSize, Lng(r));
+    Put(cfg.BeepOnInput, Int(r));
+    Put(cfg.TransferMode, Int(r));
+    Put(cfg.TimeDelayTicks, Int(r));
+    Put(cfg.EndOfRecordEvent, Int(r));
+    Put(cfg.RecordStructure, Int(r));
+    Put(cfg.RecordLength, Int(r));
+    Put(cfg.NumFields, Int(r));
+    Put(cfg.DelimiterChar, r.Line());
+    Put(cfg.TargetAppTitle, r.Line());
+    Put(cfg.TargetAppCommand, r.Line());
+    Put(cfg.ActivateTarget, Int(r));
+    Put(cfg.DdeCmdApp, r.Line());
+    Put(cfg.DdeCmdTopic, r.Line());
+    Put(cfg.DdeCmdText, r.Line());
+    r.Line(); // a line this version no longer uses
+    for (auto& entry : cfg.TranslationTable)
+        Put(entry, r.Line());
+    Put(cfg.AckString, r.CountedString());
+    Put(cfg.RecordPreamble, r.Line());
+    for (int i = 1; i <= NumOutputStrings; ++i) {
+        Put(cfg.OutputStringName[i], r.Line());
+        Put(cfg.OutputString[i], r.CountedString());
+        for (int f : {i, i + 20}) {
+            Put(cfg.FieldFilter[f], r.Line());
+            Put(cfg.FieldLength[f], Int(r));
+            Put(cfg.FieldPostamble[f], r.Line());
+        }
+    }
+    Put(cfg.TimerString, r.CountedString());
+    Put(cfg.TimerInterval, Lng(r));
+    Put(cfg.TimerEnabled, Int(r));
+    Put(cfg.ButtonDisplay, Int(r));
+    Int(r); // a value this version no longer uses
+    bool complete = r.ok();
+    if (complete && !duringStartup && !r.AtEnd()) {
+        if (auto extra = r.Line())
+            messages.Show({*extra, "", MessageIcon::None, MessageButtons::Ok});
+    }
+    // A 1.x file kept one DDE command per field; this version has one per
+    // record, so the last non-empty field postamble becomes the command.
+    if (cfg.TransferMode == DdeServer) {
+        int last = std::clamp<int>(cfg.NumFields, 0, MaxFields);
+        for (int i = 1; i <= last; ++i)
+            if (!cfg.FieldPostamble[i].empty())
+                cfg.DdeCmdText = cfg.FieldPostamble[i];
+    }
+    cfg.ConfigLoaded = True;
+    cfg.ConfigChanged = True;
+    ShowPreviousVersion(messages);
+    return complete ? LoadStatus::Complete : LoadStatus::EndedEarly;
+}
+
+std::string ToUpper(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return s;
+}
+
+} // namespace
+
+int CheckConfigFile(const std::string& path, MessageSink& messages) {
+    if (path.empty())
+        return -2;
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return -3;
+    Reader r(in);
+    auto banner = r.Line();
+    if (!banner || !LayoutOf(*banner)) {
+        messages.Show({"File: " + ToUpper(path) + " is not a valid configuration file.",
+                       FileErrorTitle, MessageIcon::Question, MessageButtons::Ok});
+        return -1;
+    }
+    auto port = Int(r);
+    if (!port)
+        return -4;
+    return static_cast<int>(*port);
+}
+
+LoadStatus LoadConfigFile(Config& cfg, const std::string& path, MessageSink& messages,
+                          bool duringStartup) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return LoadStatus::NotOpened;
+    Reader r(in);
+    auto banner = r.Line();
+    Layout layout = banner ? LayoutOf(*banner).value_or(Layout::V300) : Layout::V300;
+    if (layout == Layout::V11)
+        return LoadV11(cfg, r, messages, duringStartup);
+
+    ReadPortAndRecordLines(r, cfg, layout);
+    ReadTables(r, cfg);
+    if (layout == Layout::V200) {
+        Put(cfg.AckString, r.CountedString());
+        Put(cfg.TimerString, r.CountedString());
+        Put(cfg.TimerInterval, Lng(r));
+        Put(cfg.TimerEnabled, Int(r));
+        Put(cfg.RecordPreamble, r.CountedString());
+    }
+    ReadFieldGroups(r, cfg, layout);
+    ReadPreferences(r, cfg);
+    if (layout == Layout::V200) {
+        Put(cfg.StartOfRecordChars, r.CountedString());
+        Put(cfg.EndOfRecordChars, r.CountedString());
+    } else {
+        ReadV300Tail(r, cfg);
+    }
+    bool complete = r.ok();
+    if (complete)
+        ReadClosingLines(r, cfg);
+
+    cfg.ConfigLoaded = True;
+    cfg.ConfigChanged = False;
+    if (layout == Layout::V200) {
+        ShowPreviousVersion(messages);
+        cfg.ConfigChanged = True;
+    }
+    return complete ? LoadStatus::Complete : LoadStatus::EndedEarly;
+}
+
+namespace {
+
+// Writing: numbers reserve a blank for the sign and are followed by one.
+class Writer {
+public:
+    void Number(long v) { out_ += (v >= 0 ? " " : "") + std::to_string(v) + " \r\n"; }
+    void Line(const std::string& s) { out_ += s + "\r\n"; }
+    void Code(unsigned char c) { out_ += " " + std::to_string(c) + "\r\n"; }
+    void Raw(const std::string& s) { out_ += s; }
+    std::string Take() { return std::move(out_); }
+
+private:
+    std::string out_;
+};
+
+unsigned char FirstByte(const std::string& s) {
+    return s.empty() ? 0 : static_cast<unsigned char>(s[0]);
+}
+
+void WriteCodeString(Writer& w, const std::string& s) {
+    for (std::size_t i = 0; i < 256; ++i)
+        w.Number(i < s.size() ? static_cast<unsigned char>(s[i]) : 0);
+}
+
+} // namespace
+
+std::string SerializeConfig(const Config& cfg) {
+    Writer w;
+    w.Line(BannerV300);
+    for (long v : {cfg.PortNumber, cfg.BaudRate, cfg.Parity, cfg.DataBits, cfg.StopBits,
+                   cfg.FlowControl})
+        w.Number(v);
+    w.Number(cfg.InputBufferSize);
+    w.Number(cfg.OutputBufferSize);
+    for (long v : {cfg.BeepOnInput, cfg.TransferMode, cfg.TimeDelayTicks, cfg.StartOfRecordEvent,
+                   cfg.EndOfRecordEvent, cfg.RecordStructure, cfg.RecordLength, cfg.NumFields})
+        w.Number(v);
+    w.Number(FirstByte(cfg.DelimiterChar));
+    w.Line(cfg.TargetAppTitle);
+    w.Line(cfg.TargetAppCommand);
+    w.Number(cfg.ActivateTarget);
+    w.Line(cfg.DdeCmdApp);
+    w.Line(cfg.DdeCmdTopic);
+    w.Line(cfg.DdeCmdText);
+    for (const auto& entry : cfg.TranslationTable)
+        w.Line(entry);
+    for (const auto& entry : cfg.PreInputTranslation) {
+        if (entry == "Ignore" || entry == "Void Record")
+            w.Line(entry);
+        else
+            w.Code(FirstByte(entry));
+    }
+    WriteCodeString(w, cfg.DdeTranslation);
+    WriteCodeString(w, cfg.LogTranslation);
+    for (int i = 1; i <= NumOutputStrings; ++i) {
+        w.Line(cfg.OutputStringName[i]);
+        w.Line(cfg.FieldFilter[i]);
+        w.Number(cfg.FieldLength[i]);
+        w.Line(cfg.FieldFilter[i + 20]);
+        w.Number(cfg.FieldLength[i + 20]);
+        w.Line(cfg.FieldFormat[i]);
+        w.Line(cfg.FieldFormat[i + 20]);
+    }
+    w.Line(cfg.LogFileName);
+    w.Number(cfg.MinimizeOnActivation);
+    w.Line(cfg.CmdLinkApp);
+    w.Line(cfg.CmdLinkTopic);
+    w.Line(cfg.CmdLinkItem);
+    w.Number(cfg.CmdLinkAuto);
+    w.Line(cfg.OutLinkApp);
+    w.Line(cfg.OutLinkTopic);
+    w.Line(cfg.OutLinkItem);
+    w.Number(cfg.OutLinkAuto);
+    w.Number(cfg.StripOutputCrLf);
+    w.Line(cfg.DateTimeFormat);
+    w.Number(cfg.ShowDateTime);
+    w.Number(cfg.ButtonDisplay);
+    w.Number(cfg.TimerInterval);
+    w.Number(cfg.TimerEnabled);
+    w.Number(cfg.ActivateSuspended);
+    w.Number(cfg.AlwaysOnTop);
+    for (int i = 0; i < NumHotKeys; ++i) {
+        w.Number(cfg.HotKeyAction[i]);
+        w.Number(cfg.HotKeyCode[i]);
+    }
+    for (int i = 1; i <= MaxFields; ++i)
+        w.Line(cfg.FieldExpression[i]);
+    auto len = [](const std::string& s) { return static_cast<long>(s.size()); };
+    for (const std::string* s : {&cfg.AckString, &cfg.TimerString, &cfg.RecordPreamble,
+                                 &cfg.StartOfRecordChars, &cfg.EndOfRecordChars})
+        w.Number(len(*s));
+    for (int i = 1; i <= NumOutputStrings; ++i) {
+        w.Number(len(cfg.OutputString[i]));
+        w.Number(len(cfg.FieldPostamble[i]));
+        w.Number(len(cfg.FieldPostamble[i + 20]));
+    }
+    for (const auto& s : cfg.HotKeyData)
+        w.Number(len(s));
+    for (const std::string* s : {&cfg.StartOfRecordChars, &cfg.EndOfRecordChars, &cfg.AckString,
+                                 &cfg.TimerString, &cfg.RecordPreamble})
+        w.Raw(*s);
+    for (int i = 1; i <= NumOutputStrings; ++i)
+        w.Raw(cfg.OutputString[i]);
+    for (int i = 1; i <= MaxFields; ++i)
+        w.Raw(cfg.FieldPostamble[i]);
+    for (const auto& s : cfg.HotKeyData)
+        w.Raw(s);
+    w.Line(cfg.DdeTopicName);
+    w.Line(std::to_string(cfg.InterCharDelay));
+    return w.Take();
+}
+
+bool SaveConfigFile(const Config& cfg) {
+    if (cfg.ConfigFileName.empty())
+        return false;
+    std::ofstream out(cfg.ConfigFileName, std::ios::binary | std::ios::trunc);
+    if (!out)
+        return false;
+    std::string bytes = SerializeConfig(cfg);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    return static_cast<bool>(out);
+}
+
+void NewOrLoadAtStart(Config& cfg, const std::string& path, MessageSink& messages,
+                      bool duringStartup) {
+    int result = CheckConfigFile(path, messages);
+    if (result < 0) {
+        ResetToDefaults(cfg);
+        cfg.ConfigFileName = result == -3 ? path : std::string();
+        return;
+    }
+    LoadConfigFile(cfg, path, messages, duringStartup);
+    cfg.ConfigFileName = path;
+}
+
+} // namespace config
