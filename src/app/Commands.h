@@ -10,11 +10,11 @@ namespace app {
 
 using Args = std::vector<std::string>;
 
-int CmdConfig(const Args& args); // config new|dump|build
-int CmdEval(const Args& args);   // eval EXPR [--field N=TEXT]... [--format FMT]
-int CmdFormat(const Args& args); // format VALUE FMT | format --datetime ISO FMT
-int CmdExpand(const Args& args); // expand TEXT [--now ISO]
-int CmdKeys(const Args& args);   // keys [--dry-run] [--window TITLE] STRING
+int CmdConfig(const Args& args);                     // config new|dump|build
+int CmdEval(const Args& args);                       // eval EXPR [--field N=TEXT]... [--format FMT]
+int CmdFormat(const Args& args);                     // format VALUE FMT | format --datetime ISO FMT
+int CmdExpand(const Args& args);                     // expand TEXT [--now ISO]
+int CmdKeys(const Args& args);                       // keys [--dry-run] [--window TITLE] STRING
 int CmdRun(int argc, char** argv, const Args& args); // run [--virtual|--test] [--headless] ...
 
 // Prints "title: text" on standard error, the headless form of a message box.

@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     // Sub-command table: the first matching name runs.
+    if (command == "config")
+        return app::CmdConfig(rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
     return 2;
 }

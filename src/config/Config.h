@@ -30,11 +30,11 @@ enum TransferModes : Integer { SendKeystrokes = 0, DdeServer = 1, LogToDisk = 2 
 // Strings hold device data: 8-bit bytes, NUL and control characters allowed.
 struct Config {
     // Port settings.
-    Integer PortNumber = 0; // 0 = COM1
-    Integer BaudRate = 6;   // list index, 6 = 9600
-    Integer Parity = 2;     // 0 none, 1 odd, 2 even, 3 mark, 4 space
-    Integer DataBits = 2;   // bits = DataBits + 5
-    Integer StopBits = 0;   // 0 = 1, 1 = 1.5, 2 = 2
+    Integer PortNumber = 0;  // 0 = COM1
+    Integer BaudRate = 6;    // list index, 6 = 9600
+    Integer Parity = 2;      // 0 none, 1 odd, 2 even, 3 mark, 4 space
+    Integer DataBits = 2;    // bits = DataBits + 5
+    Integer StopBits = 0;    // 0 = 1, 1 = 1.5, 2 = 2
     Integer FlowControl = 0; // 0 None, 1 Xon/Xoff, 2 Hardware, 3 Opto-RS
     Long InputBufferSize = 1024;
     Long OutputBufferSize = 512;

@@ -88,8 +88,8 @@ public:
         std::size_t start = i;
         if (i < line->size() && ((*line)[i] == '-' || (*line)[i] == '+'))
             ++i;
-        while (i < line->size() && (std::isdigit(static_cast<unsigned char>((*line)[i])) ||
-                                    (*line)[i] == '.'))
+        while (i < line->size() &&
+               (std::isdigit(static_cast<unsigned char>((*line)[i])) || (*line)[i] == '.'))
             ++i;
         double v = 0;
         if (i > start) {
@@ -146,8 +146,12 @@ void Put(std::string& target, std::optional<std::string> v) {
         target = std::move(*v);
 }
 
-std::optional<long> Int(Reader& r) { return r.Number(-32768, 32767); }
-std::optional<long> Lng(Reader& r) { return r.Number(-2147483647L - 1, 2147483647L); }
+std::optional<long> Int(Reader& r) {
+    return r.Number(-32768, 32767);
+}
+std::optional<long> Lng(Reader& r) {
+    return r.Number(-2147483647L - 1, 2147483647L);
+}
 
 // A translation string rebuilt from 256 code lines.
 void ReadCodeString(Reader& r, std::string& target) {
@@ -307,8 +311,8 @@ void ReadClosingLines(Reader& r, Config& cfg) {
 
 void ShowPreviousVersion(MessageSink& messages) {
     messages.Beep();
-    messages.Show({PreviousVersionText, PreviousVersionTitle, MessageIcon::Exclamation,
-                   MessageButtons::Ok});
+    messages.Show(
+        {PreviousVersionText, PreviousVersionTitle, MessageIcon::Exclamation, MessageButtons::Ok});
 }
 
 LoadStatus LoadV11(Config& cfg, Reader& r, MessageSink& messages, bool duringStartup) {
@@ -468,8 +472,8 @@ void WriteCodeString(Writer& w, const std::string& s) {
 std::string SerializeConfig(const Config& cfg) {
     Writer w;
     w.Line(BannerV300);
-    for (long v : {cfg.PortNumber, cfg.BaudRate, cfg.Parity, cfg.DataBits, cfg.StopBits,
-                   cfg.FlowControl})
+    for (long v :
+         {cfg.PortNumber, cfg.BaudRate, cfg.Parity, cfg.DataBits, cfg.StopBits, cfg.FlowControl})
         w.Number(v);
     w.Number(cfg.InputBufferSize);
     w.Number(cfg.OutputBufferSize);

@@ -74,7 +74,9 @@ void ResetToDefaults(Config& cfg) {
     cfg.ConfigChanged = False;
 }
 
-std::string PortName(const Config& cfg) { return "COM" + std::to_string(cfg.PortNumber + 1); }
+std::string PortName(const Config& cfg) {
+    return "COM" + std::to_string(cfg.PortNumber + 1);
+}
 
 Integer DeriveRecordMode(Integer endOfRecordEvent, Integer recordStructure) {
     if (endOfRecordEvent == 0 || endOfRecordEvent == 3) {

@@ -16,8 +16,7 @@ public:
     virtual ~SettingsStore() = default;
     // application: "Corvane" or a per-port key such as "Corvane - COM1".
     virtual std::optional<std::string> Get(const std::string& application,
-                                           const std::string& section,
-                                           const std::string& key) = 0;
+                                           const std::string& section, const std::string& key) = 0;
     virtual void Set(const std::string& application, const std::string& section,
                      const std::string& key, const std::string& value) = 0;
     virtual void Remove(const std::string& application, const std::string& section,

@@ -100,8 +100,8 @@ Check CheckDdeTopic(bool specifyTopic, const std::string& topic) {
 }
 
 Check ValidateConfig(const Config& cfg) {
-    for (long size : {static_cast<long>(cfg.InputBufferSize),
-                      static_cast<long>(cfg.OutputBufferSize)})
+    for (long size :
+         {static_cast<long>(cfg.InputBufferSize), static_cast<long>(cfg.OutputBufferSize)})
         if (auto r = CheckBufferSize(size))
             return r;
     if (auto r = CheckStartEvent(cfg.StartOfRecordEvent, cfg.StartOfRecordChars))

@@ -20,9 +20,7 @@ struct TempFile {
         path = fs::path(mkdtemp(tmpl)) / name;
     }
     ~TempFile() { fs::remove_all(path.parent_path()); }
-    void Write(const std::string& bytes) const {
-        std::ofstream(path, std::ios::binary) << bytes;
-    }
+    void Write(const std::string& bytes) const { std::ofstream(path, std::ios::binary) << bytes; }
     std::string Read() const {
         std::ifstream in(path, std::ios::binary);
         std::ostringstream s;
@@ -242,13 +240,16 @@ namespace {
 // timer group, hot keys, expressions or raw block.
 std::string Version200File(const Config& c) {
     auto lines = Lines(SerializeConfig(c));
-    std::string out = "Software Vardle Version 2.00 Settings File -- Serial Instrument Data Capture.\r\n";
+    std::string out =
+        "Software Vardle Version 2.00 Settings File -- Serial Instrument Data Capture.\r\n";
     for (int i = 1; i < 17; ++i)
         out += lines[i] + "\r\n";
     out += c.DelimiterChar + "junk\r\n";
     for (int i = 18; i < 1048; ++i)
         out += lines[i] + "\r\n";
-    auto counted = [](const std::string& s) { return " " + std::to_string(s.size()) + " \r\n" + s; };
+    auto counted = [](const std::string& s) {
+        return " " + std::to_string(s.size()) + " \r\n" + s;
+    };
     out += counted(c.AckString) + counted(c.TimerString);
     out += " " + std::to_string(c.TimerInterval) + " \r\n " + std::to_string(c.TimerEnabled) +
            " \r\n" + counted(c.RecordPreamble);
@@ -328,8 +329,8 @@ std::string Version11File(int transferMode, int numFields, const std::string& po
     };
     for (long v : {2L, 8L, 0L, 3L, 0L, 1L, 2048L})
         n(v);
-    for (long v : {0L, static_cast<long>(transferMode), 4L, 0L, 1L, 0L,
-                   static_cast<long>(numFields)})
+    for (long v :
+         {0L, static_cast<long>(transferMode), 4L, 0L, 1L, 0L, static_cast<long>(numFields)})
         n(v);
     line(";");
     line("Notepad");
@@ -411,15 +412,16 @@ TEST(ConfigFile, FilesThatEndEarlyKeepTheRestOfTheRecord) {
     std::string bytes = SerializeConfig(source);
     TempFile f;
     // Cut inside the tables, inside the length lines and inside the raw block.
-    for (std::size_t cut : {std::size_t(0), bytes.size() / 10, bytes.size() / 2,
-                            bytes.size() - 600, bytes.size() - 20}) {
+    for (std::size_t cut : {std::size_t(0), bytes.size() / 10, bytes.size() / 2, bytes.size() - 600,
+                            bytes.size() - 20}) {
         f.Write(bytes.substr(0, cut));
         RecordingMessageSink sink;
         Config c;
         auto status = LoadConfigFile(c, f.path.string(), sink);
         EXPECT_EQ(status, LoadStatus::EndedEarly) << cut;
-        if (cut > 100)
+        if (cut > 100) {
             EXPECT_EQ(c.PortNumber, source.PortNumber) << cut;
+        }
         EXPECT_EQ(c.InterCharDelay, Config{}.InterCharDelay) << cut;
     }
 }

@@ -11,11 +11,15 @@ TEST(Validation, RangesAreRefusedJustOutsideTheirLimits) {
         const char* text;
         const char* title;
     } cases[] = {
-        {CheckBufferSize, 128, 131072, "Buffer Size Must Be Between 128 and 131072", "Invalid Input"},
-        {CheckDelimitedFieldCount, 2, 40, "Number of Fields Must Be Between 2 and 40", "Invalid Input"},
+        {CheckBufferSize, 128, 131072, "Buffer Size Must Be Between 128 and 131072",
+         "Invalid Input"},
+        {CheckDelimitedFieldCount, 2, 40, "Number of Fields Must Be Between 2 and 40",
+         "Invalid Input"},
         {CheckRecordLength, 1, 32766, "Record Length Must Be Between 1 and 32766", "Invalid Input"},
-        {CheckTimeDelayTicks, 1, 255, "Time between records must range between 1 and 255", "Invalid Input"},
-        {CheckFieldLength, 1, 32766, "Field length must be between 1 and 32766.", "Field Length Error"},
+        {CheckTimeDelayTicks, 1, 255, "Time between records must range between 1 and 255",
+         "Invalid Input"},
+        {CheckFieldLength, 1, 32766, "Field length must be between 1 and 32766.",
+         "Field Length Error"},
     };
     for (const auto& c : cases) {
         EXPECT_FALSE(c.check(c.lowOk)) << c.text;

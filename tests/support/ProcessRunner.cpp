@@ -29,7 +29,9 @@ std::string Slurp(const std::filesystem::path& p) {
     return s.str();
 }
 
-int DecodeStatus(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
+int DecodeStatus(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 } // namespace
 
@@ -151,8 +153,12 @@ std::optional<int> ChildProcess::WaitExit(std::chrono::milliseconds limit) {
     return std::nullopt;
 }
 
-std::string ChildProcess::Stdout() const { return Slurp(outFile_); }
-std::string ChildProcess::Stderr() const { return Slurp(errFile_); }
+std::string ChildProcess::Stdout() const {
+    return Slurp(outFile_);
+}
+std::string ChildProcess::Stderr() const {
+    return Slurp(errFile_);
+}
 
 TempDir::TempDir() {
     char tmpl[] = "/tmp/corvane-test-XXXXXX";

@@ -1,0 +1,218 @@
+#include "app/ConfigJson.h"
+
+#include <limits>
+#include <type_traits>
+
+namespace app {
+
+using config::Config;
+using nlohmann::json;
+
+std::string Latin1ToUtf8(const std::string& bytes) {
+    std::string out;
+    out.reserve(bytes.size());
+    for (unsigned char c : bytes) {
+        if (c < 0x80) {
+            out.push_back(static_cast<char>(c));
+        } else {
+            out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+        }
+    }
+    return out;
+}
+
+bool Utf8ToLatin1(const std::string& utf8, std::string& bytes) {
+    bytes.clear();
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        unsigned char c = static_cast<unsigned char>(utf8[i]);
+        if (c < 0x80) {
+            bytes.push_back(static_cast<char>(c));
+        } else if ((c == 0xC2 || c == 0xC3) && i + 1 < utf8.size()) {
+            unsigned char next = static_cast<unsigned char>(utf8[++i]);
+            if ((next & 0xC0) != 0x80)
+                return false;
+            bytes.push_back(static_cast<char>(((c & 0x03) << 6) | (next & 0x3F)));
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+namespace {
+
+// Visits every saved setting with its name. The visitor receives the member
+// by reference, so the same list serves reading and writing.
+template <typename C, typename V> void VisitSettings(C& c, V&& v) {
+    v("PortNumber", c.PortNumber);
+    v("BaudRate", c.BaudRate);
+    v("Parity", c.Parity);
+    v("DataBits", c.DataBits);
+    v("StopBits", c.StopBits);
+    v("FlowControl", c.FlowControl);
+    v("InputBufferSize", c.InputBufferSize);
+    v("OutputBufferSize", c.OutputBufferSize);
+    v("TransferMode", c.TransferMode);
+    v("StartOfRecordEvent", c.StartOfRecordEvent);
+    v("StartOfRecordChars", c.StartOfRecordChars);
+    v("EndOfRecordEvent", c.EndOfRecordEvent);
+    v("EndOfRecordChars", c.EndOfRecordChars);
+    v("TimeDelayTicks", c.TimeDelayTicks);
+    v("RecordStructure", c.RecordStructure);
+    v("NumFields", c.NumFields);
+    v("DelimiterChar", c.DelimiterChar);
+    v("RecordLength", c.RecordLength);
+    v("RecordPreamble", c.RecordPreamble);
+    v("FieldFilter", c.FieldFilter);
+    v("FieldLength", c.FieldLength);
+    v("FieldFormat", c.FieldFormat);
+    v("FieldExpression", c.FieldExpression);
+    v("FieldPostamble", c.FieldPostamble);
+    v("PreInputTranslation", c.PreInputTranslation);
+    v("TranslationTable", c.TranslationTable);
+    v("DdeTranslation", c.DdeTranslation);
+    v("LogTranslation", c.LogTranslation);
+    v("OutputStringName", c.OutputStringName);
+    v("OutputString", c.OutputString);
+    v("AckString", c.AckString);
+    v("TimerString", c.TimerString);
+    v("TimerInterval", c.TimerInterval);
+    v("TimerEnabled", c.TimerEnabled);
+    v("HotKeyAction", c.HotKeyAction);
+    v("HotKeyCode", c.HotKeyCode);
+    v("HotKeyData", c.HotKeyData);
+    v("TargetAppTitle", c.TargetAppTitle);
+    v("TargetAppCommand", c.TargetAppCommand);
+    v("ActivateTarget", c.ActivateTarget);
+    v("InterCharDelay", c.InterCharDelay);
+    v("DdeCmdApp", c.DdeCmdApp);
+    v("DdeCmdTopic", c.DdeCmdTopic);
+    v("DdeCmdText", c.DdeCmdText);
+    v("CmdLinkApp", c.CmdLinkApp);
+    v("CmdLinkTopic", c.CmdLinkTopic);
+    v("CmdLinkItem", c.CmdLinkItem);
+    v("CmdLinkAuto", c.CmdLinkAuto);
+    v("OutLinkApp", c.OutLinkApp);
+    v("OutLinkTopic", c.OutLinkTopic);
+    v("OutLinkItem", c.OutLinkItem);
+    v("OutLinkAuto", c.OutLinkAuto);
+    v("StripOutputCrLf", c.StripOutputCrLf);
+    v("DdeTopicName", c.DdeTopicName);
+    v("LogFileName", c.LogFileName);
+    v("BeepOnInput", c.BeepOnInput);
+    v("MinimizeOnActivation", c.MinimizeOnActivation);
+    v("ActivateSuspended", c.ActivateSuspended);
+    v("AlwaysOnTop", c.AlwaysOnTop);
+    v("ButtonDisplay", c.ButtonDisplay);
+    v("ShowDateTime", c.ShowDateTime);
+    v("DateTimeFormat", c.DateTimeFormat);
+}
+
+// Output strings have no entry 0: JSON shows 1..20.
+template <typename T> constexpr std::size_t FirstIndex(std::size_t size) {
+    return size == config::NumOutputStrings + 1 ? 1 : 0;
+}
+
+struct ToJson {
+    nlohmann::ordered_json& out;
+    template <typename T> void operator()(const char* name, const T& value) {
+        if constexpr (std::is_same_v<T, std::string>) {
+            out[name] = Latin1ToUtf8(value);
+        } else if constexpr (std::is_integral_v<T>) {
+            out[name] = value;
+        } else {
+            nlohmann::ordered_json array = nlohmann::ordered_json::array();
+            for (std::size_t i = FirstIndex<T>(value.size()); i < value.size(); ++i) {
+                if constexpr (std::is_same_v<typename T::value_type, std::string>)
+                    array.push_back(Latin1ToUtf8(value[i]));
+                else
+                    array.push_back(value[i]);
+            }
+            out[name] = std::move(array);
+        }
+    }
+};
+
+struct FromJson {
+    const json& in;
+    std::string error;
+    std::size_t applied = 0;
+
+    template <typename I> bool Number(const std::string& where, const json& j, I& target) {
+        if (!j.is_number_integer() ||
+            j.get<long long>() < static_cast<long long>(std::numeric_limits<I>::min()) ||
+            j.get<long long>() > static_cast<long long>(std::numeric_limits<I>::max())) {
+            error = where + " must be a whole number from " +
+                    std::to_string(std::numeric_limits<I>::min()) + " to " +
+                    std::to_string(std::numeric_limits<I>::max());
+            return false;
+        }
+        target = static_cast<I>(j.get<long long>());
+        return true;
+    }
+    bool Text(const std::string& where, const json& j, std::string& target) {
+        if (!j.is_string() || !Utf8ToLatin1(j.get<std::string>(), target)) {
+            error = where + " must be a text of characters U+0000 to U+00FF";
+            return false;
+        }
+        return true;
+    }
+
+    template <typename T> void operator()(const char* name, T& value) {
+        if (!error.empty() || !in.contains(name))
+            return;
+        ++applied;
+        const json& j = in.at(name);
+        if constexpr (std::is_same_v<T, std::string>) {
+            Text(name, j, value);
+        } else if constexpr (std::is_integral_v<T>) {
+            Number(name, j, value);
+        } else {
+            std::size_t first = FirstIndex<T>(value.size());
+            std::size_t count = value.size() - first;
+            if (!j.is_array() || j.size() != count) {
+                error = std::string(name) + " must be an array of " + std::to_string(count) +
+                        " entries (indexes " + std::to_string(first) + " to " +
+                        std::to_string(value.size() - 1) + ")";
+                return;
+            }
+            for (std::size_t i = 0; i < count && error.empty(); ++i) {
+                std::string where = std::string(name) + "[" + std::to_string(i + first) + "]";
+                if constexpr (std::is_same_v<typename T::value_type, std::string>)
+                    Text(where, j[i], value[i + first]);
+                else
+                    Number(where, j[i], value[i + first]);
+            }
+        }
+    }
+};
+
+} // namespace
+
+nlohmann::ordered_json ConfigToJson(const Config& cfg) {
+    nlohmann::ordered_json out = nlohmann::ordered_json::object();
+    VisitSettings(cfg, ToJson{out});
+    return out;
+}
+
+std::string ApplyJson(Config& cfg, const json& in) {
+    if (!in.is_object())
+        return "the configuration must be one JSON object";
+    FromJson reader{in, {}, 0};
+    VisitSettings(cfg, reader);
+    if (!reader.error.empty())
+        return reader.error;
+    if (reader.applied != in.size()) {
+        Config names;
+        for (auto it = in.begin(); it != in.end(); ++it) {
+            bool known = false;
+            VisitSettings(names, [&](const char* name, auto&) { known |= it.key() == name; });
+            if (!known)
+                return "unknown setting \"" + it.key() + "\"";
+        }
+    }
+    return "";
+}
+
+} // namespace app

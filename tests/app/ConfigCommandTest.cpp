@@ -1,0 +1,128 @@
+// `corvane config` as users run it: JSON in, configuration files out, and
+// refusals with the dialogs' own messages.
+
+#include "support/ProcessRunner.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+using testsupport::RunProgram;
+using testsupport::TempDir;
+
+namespace {
+
+std::string Slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+testsupport::RunResult Corvane(std::vector<std::string> args, const std::string& input = "") {
+    args.insert(args.begin(), CORVANE_BINARY);
+    return RunProgram(args, input);
+}
+
+} // namespace
+
+TEST(ConfigCommand, DumpAndBuildAreInversesIncludingControlBytes) {
+    TempDir dir;
+    fs::path json = dir.path / "in.json";
+    // The hot-key array has 50 entries.
+    {
+        std::ofstream out(json);
+        nlohmann::json j;
+        j["AckString"] = std::string("\x06\r\n\0", 4);
+        j["OutputString"] = std::vector<std::string>(20, "");
+        j["OutputString"][0] = "A\u00e9";
+        j["OutputString"][19] = "Z";
+        j["HotKeyCode"] = std::vector<int>(50, 0);
+        j["HotKeyCode"][49] = 0x274;
+        j["BeepOnInput"] = -1;
+        out << j.dump();
+    }
+    fs::path file = dir.path / "out.QX3";
+    auto built = Corvane({"config", "build", json.string(), file.string()});
+    ASSERT_EQ(built.exitCode, 0) << built.err;
+    auto dumped = Corvane({"config", "dump", file.string()});
+    ASSERT_EQ(dumped.exitCode, 0) << dumped.err;
+    auto j = nlohmann::json::parse(dumped.out);
+    EXPECT_EQ(j["AckString"], std::string("\x06\r\n\0", 4));
+    EXPECT_EQ(j["OutputString"].size(), 20u);
+    EXPECT_EQ(j["OutputString"][0], "A\u00e9");
+    EXPECT_EQ(j["FieldFilter"].size(), 41u);
+    EXPECT_EQ(j["HotKeyCode"][49], 0x274);
+    EXPECT_EQ(j["DdeTranslation"].get<std::string>().size(),
+              128u + 2 * 128u); // 128..255 take two UTF-8 bytes
+    EXPECT_EQ(j["BeepOnInput"], -1);
+    // The file holds the accented letter as the single byte 0xE9.
+    EXPECT_NE(Slurp(file).find("A\xe9Z"), std::string::npos);
+
+    // Dumped JSON builds the very same file again.
+    fs::path again = dir.path / "again.json";
+    std::ofstream(again) << dumped.out;
+    fs::path file2 = dir.path / "out2.QX3";
+    ASSERT_EQ(Corvane({"config", "build", again.string(), file2.string()}).exitCode, 0);
+    EXPECT_EQ(Slurp(file), Slurp(file2));
+}
+
+TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {
+    TempDir dir;
+    struct Case {
+        const char* json;
+        const char* message;
+    } cases[] = {
+        {R"({"InputBufferSize": 131073})",
+         "Invalid Input: Buffer Size Must Be Between 128 and 131072"},
+        {R"({"EndOfRecordEvent": 3})",
+         "Invalid End of Record Event: Invalid Input - Special Character Must Be Specified!"},
+        {R"({"EndOfRecordEvent": 1, "TimeDelayTicks": 256})",
+         "Invalid Input: Time between records must range between 1 and 255"},
+        {R"({"TimerInterval": 100000000})",
+         "Timer interval must be less than 100000000 milliseconds."},
+        {R"({"Colour": 3})", "unknown setting \"Colour\""},
+        {R"({"FieldLength": [1, 2]})", "FieldLength must be an array of 41 entries"},
+        {R"({"NumFields": 70000})", "NumFields must be a whole number"},
+        {R"({"BeepOnInput": 1})", "BeepOnInput must be -1 (true) or 0 (false)"},
+        {R"({"AckString": "\u0100"})", "AckString must be a text of characters U+0000 to U+00FF"},
+        {"not json", "is not valid JSON"},
+    };
+    for (const auto& c : cases) {
+        fs::path json = dir.path / "bad.json";
+        std::ofstream(json) << c.json;
+        fs::path file = dir.path / "bad.QX3";
+        auto r = Corvane({"config", "build", json.string(), file.string()});
+        EXPECT_EQ(r.exitCode, 1) << c.json;
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << c.json << " gave " << r.err;
+        EXPECT_FALSE(fs::exists(file)) << c.json;
+    }
+}
+
+TEST(ConfigCommand, ForeignFilesAndUsageErrors) {
+    TempDir dir;
+    fs::path foreign = dir.path / "notes.txt";
+    std::ofstream(foreign) << "hello\r\n";
+    auto r = Corvane({"config", "dump", foreign.string()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("Corvane File Error: File: "), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find(" is not a valid configuration file."), std::string::npos);
+
+    EXPECT_EQ(Corvane({"config", "frobnicate"}).exitCode, 2);
+    EXPECT_EQ(Corvane({"no-such-command"}).exitCode, 2);
+    auto help = Corvane({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("corvane config build JSON FILE"), std::string::npos);
+    EXPECT_EQ(Corvane({"--version"}).out.rfind("corvane ", 0), 0u);
+
+    fs::path fresh = dir.path / "fresh.QX3";
+    ASSERT_EQ(Corvane({"config", "new", fresh.string()}).exitCode, 0);
+    auto dumped = Corvane({"config", "dump", fresh.string()});
+    auto j = nlohmann::json::parse(dumped.out);
+    EXPECT_EQ(j["LogFileName"], "C:\\Corvane.Log");
+    EXPECT_EQ(j["DdeCmdApp"], "Excel");
+}
