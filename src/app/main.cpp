@@ -57,6 +57,12 @@ int main(int argc, char** argv) {
         return 0;
     }
     // Sub-command table: the first matching name runs.
+    if (command == "format")
+        return app::CmdFormat(rest);
+    if (command == "expand")
+        return app::CmdExpand(rest);
+    if (command == "eval")
+        return app::CmdEval(rest);
     if (command == "config")
         return app::CmdConfig(rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);

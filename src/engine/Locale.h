@@ -13,7 +13,7 @@ struct Locale {
     char DecimalSeparator = '.';
     char ThousandsSeparator = ',';
     std::string CurrencySymbol = "$";
-    bool CurrencySymbolFirst = true;    // "$1.00" rather than "1.00 $"
+    bool CurrencySymbolFirst = true;     // "$1.00" rather than "1.00 $"
     bool CurrencySpaceSeparated = false; // a blank between symbol and amount
     // Negative currency form: 0 = "($1.00)", 1 = "-$1.00", 2 = "$-1.00",
     // 3 = "$1.00-", 4 = "(1.00$)", 5 = "-1.00$", 6 = "1.00-$", 7 = "1.00$-".
@@ -32,9 +32,9 @@ struct Locale {
     std::array<std::string, 7> DayNames{"Sunday",   "Monday", "Tuesday", "Wednesday",
                                         "Thursday", "Friday", "Saturday"};
     std::array<std::string, 7> AbbrevDayNames{"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-    std::array<std::string, 12> MonthNames{"January", "February", "March",     "April",
-                                           "May",     "June",     "July",      "August",
-                                           "September", "October", "November", "December"};
+    std::array<std::string, 12> MonthNames{"January",   "February", "March",    "April",
+                                           "May",       "June",     "July",     "August",
+                                           "September", "October",  "November", "December"};
     std::array<std::string, 12> AbbrevMonthNames{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 };

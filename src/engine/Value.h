@@ -27,7 +27,9 @@ public:
     static Value Int32(std::int32_t v) { return Value(Storage(std::in_place_index<3>, v)); }
     static Value Single(float v) { return Value(Storage(std::in_place_index<4>, v)); }
     static Value Double(double v) { return Value(Storage(std::in_place_index<5>, v)); }
-    static Value Text(std::string v) { return Value(Storage(std::in_place_index<6>, std::move(v))); }
+    static Value Text(std::string v) {
+        return Value(Storage(std::in_place_index<6>, std::move(v)));
+    }
 
     Kind kind() const { return static_cast<Kind>(data_.index()); }
     bool IsEmpty() const { return kind() == Kind::Empty; }

@@ -1,0 +1,422 @@
+#include "engine/Expression.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace engine {
+
+namespace {
+
+// A fault during computation (division by zero, overflow, a text that holds
+// no number, a value out of a function's domain). It never leaves the
+// ParseExpression call in which it happens.
+struct Fault {};
+
+enum class Rank { Int16 = 0, Int32 = 1, Single = 2, Double = 3 };
+
+bool IsBlank(char c) {
+    return c == '\r' || c == '\n' || c == '\t' || c == ' ';
+}
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool IsLetter(char c) {
+    return std::isalpha(static_cast<unsigned char>(c)) != 0;
+}
+char Lower(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+double RoundHalfEven(double v) {
+    return std::nearbyint(v);
+} // default rounding mode: to even
+
+std::int32_t ToInt32(double v) {
+    double r = RoundHalfEven(v);
+    if (!(r >= -2147483648.0 && r <= 2147483647.0))
+        throw Fault{};
+    return static_cast<std::int32_t>(r);
+}
+
+Rank RankOf(const Value& v) {
+    switch (v.kind()) {
+    case Value::Kind::Int32:
+        return Rank::Int32;
+    case Value::Kind::Single:
+        return Rank::Single;
+    case Value::Kind::Double:
+    case Value::Kind::Text:
+        return Rank::Double;
+    default:
+        return Rank::Int16; // empty, boolean, 16-bit
+    }
+}
+
+// A number in the smallest type of at least rank that holds it.
+Value MakeNumber(double v, Rank rank) {
+    if (!std::isfinite(v))
+        throw Fault{};
+    if (rank == Rank::Int16 && v >= -32768 && v <= 32767)
+        return Value::Int16(static_cast<std::int16_t>(v));
+    if (rank <= Rank::Int32 && v >= -2147483648.0 && v <= 2147483647.0)
+        return Value::Int32(static_cast<std::int32_t>(v));
+    if (rank == Rank::Single && std::fabs(v) <= std::numeric_limits<float>::max())
+        return Value::Single(static_cast<float>(v));
+    return Value::Double(v);
+}
+
+} // namespace
+
+Evaluator::Evaluator(const Locale& locale) : locale_(locale) {}
+
+namespace {
+
+// A value as a number for arithmetic: text must start with a number.
+double Number(const Value& v, const Locale& locale) {
+    auto n = v.ToNumber(locale);
+    if (!n)
+        throw Fault{};
+    return *n;
+}
+
+bool IsLogicalPair(const Value& a, const Value& b) {
+    return a.kind() == Value::Kind::Boolean && b.kind() == Value::Kind::Boolean;
+}
+
+} // namespace
+
+void Evaluator::GetToken() {
+    TokenKind.clear();
+    TokenText.clear();
+    const std::string& s = ExprRest;
+    while (restPos_ < s.size() && IsBlank(s[restPos_]))
+        ++restPos_;
+    if (restPos_ >= s.size()) {
+        return; // end of the expression: both stay empty
+    }
+    char c = s[restPos_++];
+    char lc = Lower(c);
+    if (IsDigit(c) || c == '.') {
+        TokenKind = "num";
+        TokenText.push_back(c);
+        while (restPos_ < s.size() && (IsDigit(s[restPos_]) || s[restPos_] == '.'))
+            TokenText.push_back(s[restPos_++]);
+    } else if (IsLetter(c) || c == '_' || c == '&') {
+        TokenKind = "id";
+        TokenText.push_back(lc);
+        while (restPos_ < s.size() && (IsLetter(s[restPos_]) || IsDigit(s[restPos_]) ||
+                                       s[restPos_] == '&' || s[restPos_] == '_'))
+            TokenText.push_back(Lower(s[restPos_++]));
+        static const char* const keywords[] = {"and", "eqv", "imp", "mod",
+                                               "not", "or",  "xor", "&h"};
+        for (const char* k : keywords)
+            if (TokenText == k)
+                TokenKind = k;
+    } else if (c == '<' || c == '>') {
+        TokenKind = std::string(1, c);
+        if (restPos_ < s.size() && (s[restPos_] == '=' || s[restPos_] == '>'))
+            TokenKind.push_back(s[restPos_++]);
+    } else {
+        TokenKind = std::string(1, c);
+    }
+    if (TokenText.empty())
+        TokenText = TokenKind;
+}
+
+bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
+                                   const std::array<Value, 42>& fieldValue) {
+    ExprError = false;
+    ExprRest.assign(text);
+    restPos_ = 0;
+    depth_ = 0;
+    fields_ = &fieldValue;
+    GetToken();
+    Value result = ParseExpression(1);
+    if (!ExprError && !TokenKind.empty())
+        ExprError = true; // tokens left over
+    destination = std::move(result);
+    fields_ = nullptr;
+    return !ExprError;
+}
+
+namespace {
+
+struct OperatorRow {
+    int level;
+    const char* token;
+    int rightLevel;
+};
+
+constexpr OperatorRow OperatorTable[] = {
+    {11, "^", 12}, {10, "*", 11}, {10, "/", 11}, {9, "\\", 10}, {8, "mod", 9}, {7, "+", 8},
+    {7, "-", 8},   {6, "=", 7},   {6, "<", 7},   {6, ">", 7},   {6, "<>", 7},  {6, "<=", 7},
+    {6, ">=", 7},  {5, "and", 6}, {4, "or", 5},  {3, "xor", 4}, {2, "eqv", 3}, {1, "imp", 2},
+};
+
+} // namespace
+
+Value Evaluator::ParseExpression(int level) {
+    if (++depth_ > MaxDepth) {
+        ExprError = true;
+        --depth_;
+        return Value();
+    }
+    Value value;
+    try {
+        value = ParseOperand();
+        while (!ExprError) {
+            const OperatorRow* row = nullptr;
+            for (const auto& r : OperatorTable)
+                if (r.level >= level && TokenKind == r.token) {
+                    row = &r;
+                    break;
+                }
+            if (!row)
+                break;
+            GetToken();
+            Value right = ParseExpression(row->rightLevel);
+            if (ExprError)
+                break;
+            value = Combine(row->token, value, right);
+        }
+    } catch (const Fault&) {
+        ExprError = true;
+    }
+    --depth_;
+    return value;
+}
+
+Value Evaluator::ParseOperand() {
+    if (TokenKind == "num") {
+        Value v = Value::Double(LeadingNumber(TokenText, '.'));
+        GetToken();
+        return v;
+    }
+    if (TokenKind == "-") {
+        GetToken();
+        Value x = ParseExpression(11);
+        if (ExprError)
+            return x;
+        return MakeNumber(-Number(x, locale_), RankOf(x));
+    }
+    if (TokenKind == "&h") {
+        GetToken();
+        Value x = ParseExpression(11);
+        if (ExprError)
+            return x;
+        if (x.IsNumeric())
+            throw Fault{}; // "&h" + a number is a type fault
+        std::string digits = x.ToText(locale_);
+        std::uint32_t bits = 0;
+        int count = 0;
+        for (char c : digits) {
+            char lc = Lower(c);
+            int d = IsDigit(lc) ? lc - '0' : (lc >= 'a' && lc <= 'f') ? lc - 'a' + 10 : -1;
+            if (d < 0)
+                break;
+            if (++count > 8)
+                throw Fault{};
+            bits = bits * 16 + static_cast<std::uint32_t>(d);
+        }
+        std::int32_t v;
+        std::memcpy(&v, &bits, sizeof v);
+        return Value::Int32(v);
+    }
+    if (TokenKind == "not") {
+        GetToken();
+        Value x = ParseExpression(6);
+        if (ExprError)
+            return x;
+        if (x.kind() == Value::Kind::Boolean)
+            return Value::Boolean(!x.AsBool());
+        std::int32_t n = ToInt32(Number(x, locale_));
+        return RankOf(x) == Rank::Int16 ? Value::Int16(static_cast<std::int16_t>(~n))
+                                        : Value::Int32(~n);
+    }
+    if (TokenKind == "(") {
+        GetToken();
+        Value v = ParseExpression(1);
+        if (!ExprError && TokenKind != ")")
+            ExprError = true;
+        GetToken();
+        return v;
+    }
+    if (TokenKind == "id") {
+        std::string name = TokenText;
+        GetToken();
+        if (!ExprError && TokenKind != "(")
+            ExprError = true;
+        GetToken();
+        Value arg = ParseExpression(1);
+        if (!ExprError && TokenKind != ")")
+            ExprError = true;
+        GetToken();
+        if (ExprError)
+            return Value();
+        return ApplyFunction(name, arg);
+    }
+    ExprError = true;
+    return Value();
+}
+
+Value Evaluator::ApplyFunction(const std::string& name, const Value& x) {
+    auto num = [&] { return Number(x, locale_); };
+    auto sameType = [&](double v) { return MakeNumber(v, RankOf(x)); };
+    if (name == "abs")
+        return sameType(std::fabs(num()));
+    if (name == "asc") {
+        std::string t = x.ToText(locale_);
+        if (t.empty())
+            throw Fault{};
+        return Value::Int16(static_cast<unsigned char>(t[0]));
+    }
+    if (name == "atn")
+        return MakeNumber(std::atan(num()), Rank::Double);
+    if (name == "cos")
+        return MakeNumber(std::cos(num()), Rank::Double);
+    if (name == "exp")
+        return MakeNumber(std::exp(num()), Rank::Double);
+    if (name == "fix")
+        return sameType(std::trunc(num()));
+    if (name == "int")
+        return sameType(std::floor(num()));
+    if (name == "hex") {
+        std::int32_t n = ToInt32(num());
+        char buf[16];
+        if (RankOf(x) == Rank::Int16 && n >= -32768 && n <= 32767)
+            std::snprintf(buf, sizeof buf, "%X",
+                          static_cast<unsigned>(static_cast<std::uint16_t>(n)));
+        else
+            std::snprintf(buf, sizeof buf, "%X", static_cast<std::uint32_t>(n));
+        return Value::Text(buf);
+    }
+    if (name == "lcase" || name == "ucase") {
+        std::string t = x.ToText(locale_);
+        for (char& c : t)
+            c = static_cast<char>(name == "lcase" ? std::tolower(static_cast<unsigned char>(c))
+                                                  : std::toupper(static_cast<unsigned char>(c)));
+        return Value::Text(t);
+    }
+    if (name == "log") {
+        double v = num();
+        if (v <= 0)
+            throw Fault{};
+        return Value::Double(std::log(v));
+    }
+    if (name == "ltrim" || name == "rtrim" || name == "trim") {
+        std::string t = x.ToText(locale_);
+        std::size_t b = name == "rtrim" ? 0 : t.find_first_not_of(' ');
+        if (b == std::string::npos)
+            return Value::Text("");
+        std::size_t e = name == "ltrim" ? t.size() : t.find_last_not_of(' ') + 1;
+        return Value::Text(t.substr(b, e - b));
+    }
+    if (name == "rnd") {
+        double v = num();
+        if (v < 0) {
+            float f = static_cast<float>(v);
+            std::uint32_t bits;
+            std::memcpy(&bits, &f, sizeof bits);
+            rndSeed_ = (bits + (bits >> 24)) & 0xFFFFFF;
+        }
+        if (v != 0) {
+            rndSeed_ = (rndSeed_ * 0x43FD43FDu + 0xC39EC3u) & 0xFFFFFF;
+            rndLast_ = static_cast<float>(rndSeed_) / 16777216.0f;
+        }
+        return Value::Single(rndLast_);
+    }
+    if (name == "sgn") {
+        double v = num();
+        return Value::Int16(static_cast<std::int16_t>(v > 0 ? 1 : v < 0 ? -1 : 0));
+    }
+    if (name == "sin")
+        return MakeNumber(std::sin(num()), Rank::Double);
+    if (name == "sqr") {
+        double v = num();
+        if (v < 0)
+            throw Fault{};
+        return Value::Double(std::sqrt(v));
+    }
+    if (name == "tan")
+        return MakeNumber(std::tan(num()), Rank::Double);
+    if (name == "val")
+        return Value::Double(LeadingNumber(x.ToText(locale_), locale_.DecimalSeparator));
+    if (name == "field") {
+        std::int32_t n = ToInt32(num());
+        if (n < 0 || n > 41 || !fields_)
+            throw Fault{};
+        return (*fields_)[static_cast<std::size_t>(n)];
+    }
+    ExprError = true; // unknown function
+    return Value();
+}
+
+Value Evaluator::Combine(const std::string& op, const Value& a, const Value& b) {
+    if (op == "+" && a.IsText() && b.IsText())
+        return Value::Text(a.AsText() + b.AsText());
+    if (op == "=" || op == "<" || op == ">" || op == "<>" || op == "<=" || op == ">=") {
+        double right = LeadingNumber(b.ToText(locale_), locale_.DecimalSeparator);
+        auto leftNumber = a.ToNumber(locale_);
+        // A text that holds no number sorts after every number.
+        int cmp = !leftNumber ? 1 : *leftNumber < right ? -1 : *leftNumber > right ? 1 : 0;
+        bool r = op == "="    ? cmp == 0
+                 : op == "<"  ? cmp < 0
+                 : op == ">"  ? cmp > 0
+                 : op == "<>" ? cmp != 0
+                 : op == "<=" ? cmp <= 0
+                              : cmp >= 0;
+        return Value::Boolean(r);
+    }
+    if (op == "and" || op == "or" || op == "xor" || op == "eqv" || op == "imp") {
+        if (IsLogicalPair(a, b)) {
+            bool x = a.AsBool(), y = b.AsBool();
+            bool r = op == "and"   ? (x && y)
+                     : op == "or"  ? (x || y)
+                     : op == "xor" ? (x != y)
+                     : op == "eqv" ? (x == y)
+                                   : (!x || y);
+            return Value::Boolean(r);
+        }
+        std::int32_t x = ToInt32(Number(a, locale_)), y = ToInt32(Number(b, locale_));
+        std::int32_t r = op == "and"   ? (x & y)
+                         : op == "or"  ? (x | y)
+                         : op == "xor" ? (x ^ y)
+                         : op == "eqv" ? ~(x ^ y)
+                                       : (~x | y);
+        bool narrow = RankOf(a) == Rank::Int16 && RankOf(b) == Rank::Int16;
+        return narrow ? Value::Int16(static_cast<std::int16_t>(r)) : Value::Int32(r);
+    }
+    double x = Number(a, locale_), y = Number(b, locale_);
+    Rank rank = std::max(RankOf(a), RankOf(b));
+    if (rank == Rank::Single && (RankOf(a) == Rank::Int32 || RankOf(b) == Rank::Int32))
+        rank = Rank::Double;
+    if (op == "+")
+        return MakeNumber(x + y, rank);
+    if (op == "-")
+        return MakeNumber(x - y, rank);
+    if (op == "*")
+        return MakeNumber(x * y, rank);
+    if (op == "/") {
+        if (y == 0)
+            throw Fault{};
+        return MakeNumber(x / y, Rank::Double);
+    }
+    if (op == "^") {
+        double r = std::pow(x, y);
+        if (std::isnan(r))
+            throw Fault{};
+        return MakeNumber(r, Rank::Double);
+    }
+    // "\" and "mod": both operands rounded to integers first.
+    std::int32_t ix = ToInt32(x), iy = ToInt32(y);
+    if (iy == 0)
+        throw Fault{};
+    Rank intRank = std::max(RankOf(a), RankOf(b)) == Rank::Int16 ? Rank::Int16 : Rank::Int32;
+    if (op == "\\")
+        return MakeNumber(static_cast<double>(static_cast<std::int64_t>(ix) / iy), intRank);
+    return MakeNumber(static_cast<double>(static_cast<std::int64_t>(ix) % iy), intRank);
+}
+
+} // namespace engine

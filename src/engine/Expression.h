@@ -1,0 +1,56 @@
+#pragma once
+// The field math language: numbers, prefix operators, thirteen binary
+// operator levels, one-argument functions and field(n). A recursive-descent
+// parser that evaluates while it parses; no tree is built.
+
+#include "engine/Locale.h"
+#include "engine/Value.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace engine {
+
+class Evaluator {
+public:
+    explicit Evaluator(const Locale& locale);
+
+    // Evaluates text against the record's fields and stores the result in
+    // destination, also after an error (destination may be one of
+    // fieldValue's entries). Returns true when no error was flagged. Never
+    // throws.
+    bool EvaluateExpression(std::string_view text, Value& destination,
+                            const std::array<Value, 42>& fieldValue);
+
+    // Reads the next token from ExprRest into TokenKind and TokenText.
+    void GetToken();
+    // Parses and evaluates, from the current token, the longest expression
+    // whose binary operators all have a level not below level.
+    Value ParseExpression(int level);
+
+    std::string ExprRest;
+    std::string TokenKind; // empty: end of the expression
+    std::string TokenText;
+    bool ExprError = false;
+
+    // Nesting deeper than this is an error rather than a stack overflow.
+    static constexpr int MaxDepth = 200;
+
+private:
+    Value ParseOperand();
+    Value ApplyFunction(const std::string& name, const Value& x);
+    Value Combine(const std::string& op, const Value& a, const Value& b);
+
+    const Locale& locale_;
+    const std::array<Value, 42>* fields_ = nullptr;
+    std::size_t restPos_ = 0; // ExprRest is consumed by advancing this index
+    int depth_ = 0;
+    // rnd: a 24-bit linear congruential generator, as single-precision
+    // numbers need no more.
+    std::uint32_t rndSeed_ = 0x50000;
+    float rndLast_ = 0;
+};
+
+} // namespace engine

@@ -1,0 +1,35 @@
+#pragma once
+// Pieces shared by the numeric, text and date parts of the format function.
+
+#include "engine/Locale.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace engine {
+
+// A format text cut into codes (characters with a meaning) and literals
+// (quoted text, backslash escapes, any other character).
+struct FormatToken {
+    enum Kind { Code, Literal } kind;
+    std::string text;
+};
+
+// Numeric and text tokens: "0", "#", ".", ",", "%", "E+", "E-", "e+", "e-",
+// "@", "&", "<", ">", "!"; everything else is literal.
+std::vector<FormatToken> TokenizeFormat(std::string_view format);
+
+// Splits at ";" outside quotes and escapes.
+std::vector<std::string_view> SplitSections(std::string_view format);
+
+std::string FormatNumberUser(double v, std::string_view format, bool isEmpty, const Locale& locale);
+std::string FormatText(const std::string& text, std::string_view format);
+// Named numeric formats; matched is false when name is none of them.
+std::string FormatNamedNumber(std::string_view name, double v, const Locale& locale, bool& matched);
+
+// True when the format holds date/time codes and no digit placeholders.
+bool LooksLikeDateFormat(std::string_view format);
+bool IsNamedDateFormat(std::string_view format);
+
+} // namespace engine

@@ -1,0 +1,185 @@
+#include "engine/Format.h"
+#include "engine/DateTimeTokens.h"
+
+#include <gtest/gtest.h>
+
+using namespace engine;
+
+namespace {
+
+Locale German() {
+    Locale de;
+    de.DecimalSeparator = ',';
+    de.ThousandsSeparator = '.';
+    de.CurrencySymbol = "€";
+    de.CurrencySymbolFirst = false;
+    de.CurrencySpaceSeparated = true;
+    de.NegativeCurrencyForm = 5;
+    de.DateSeparator = '.';
+    de.ShortDatePattern = "dd/mm/yyyy";
+    de.LongTimePattern = "hh:nn:ss";
+    de.DayNames = {"Sonntag", "Montag", "Dienstag", "Mittwoch", "Donnerstag", "Freitag", "Samstag"};
+    return de;
+}
+
+std::string F(const char* value, const char* format, const Locale& l = Locale{}) {
+    return FormatValue(Value::Text(value), format, l);
+}
+
+} // namespace
+
+TEST(Format, NamedNumericFormats) {
+    struct Case {
+        const char* value;
+        const char* format;
+        const char* result;
+    } cases[] = {
+        {"1234.5", "General Number", "1234.5"},
+        {"1234.5", "Currency", "$1,234.50"},
+        {"-1234.5", "Currency", "($1,234.50)"},
+        {"1234.5", "Fixed", "1234.50"},
+        {"0.5", "Fixed", "0.50"},
+        {"1234.5", "Standard", "1,234.50"},
+        {"0.125", "Percent", "12.50%"},
+        {"1234.5", "Percent", "123450.00%"},
+        {"1234.5", "Scientific", "1.23E+03"},
+        {"0.000123", "Scientific", "1.23E-04"},
+        {"1234.5", "Yes/No", "Yes"},
+        {"0", "Yes/No", "No"},
+        {"0", "On/Off", "Off"},
+        {"-1", "True/False", "True"},
+        {"abc", "Standard", "abc"},
+        {"12abc", "Fixed", "12abc"},
+        {"1E-05", "", "1E-05"},
+        {"999.995", "Fixed", "1000.00"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(F(c.value, c.format), c.result) << c.value << " / " << c.format;
+    EXPECT_EQ(FormatValue(Value::Boolean(true), "Yes/No", Locale{}), "Yes");
+    EXPECT_EQ(FormatValue(Value::Boolean(true), "", Locale{}), "True");
+}
+
+TEST(Format, UserDefinedNumericFormats) {
+    struct Case {
+        const char* value;
+        const char* format;
+        const char* result;
+    } cases[] = {
+        {"2.345", "0.00", "2.35"},
+        {"0.125", "0%", "13%"},
+        {"5", "000", "005"},
+        {"5", "###", "5"},
+        {"0.5", "#.##", ".5"},
+        {"1234567", "#,##0", "1,234,567"},
+        {"1234567", "#,##0,", "1,235"},
+        {"123456", "000-000", "123-456"},
+        {"-5", "0.0;(0.0)", "(5.0)"},
+        {"-5", "0.0", "-5.0"},
+        {"0", "0.0;(0.0);\"zero\"", "zero"},
+        {"5", "0.0;;", "5.0"},
+        {"12", "\"N=\"0", "N=12"},
+        {"5", "\\$0", "$5"},
+        {"12345", "0.00E+00", "1.23E+04"},
+        {"0.00012", "0.0e-0", "1.2e-4"},
+        {"99.96", "0.0", "100.0"},
+        {"-0.001", "0.00", "0.00"},
+        {"7", "abc", "abc"},
+        {"1.5", "0.###", "1.5"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(F(c.value, c.format), c.result) << c.value << " / " << c.format;
+    EXPECT_EQ(FormatValue(Value(), "0;0;0;\"none\"", Locale{}), "none");
+}
+
+TEST(Format, TextFormats) {
+    EXPECT_EQ(F("abc", ">"), "ABC");
+    EXPECT_EQ(F("AbC", "<"), "abc");
+    EXPECT_EQ(F("ab", "@@@@"), "  ab");
+    EXPECT_EQ(F("ab", "&&&&"), "ab");
+    EXPECT_EQ(F("abcdef", "@@-@@"), "abcd-ef");
+    EXPECT_EQ(F("ab", "!@@@@"), "ab  ");
+}
+
+TEST(Format, DateCodesAtYearBoundaries) {
+    Locale us;
+    DateTime t{2026, 11, 15, 14, 5, 9};
+    EXPECT_EQ(FormatDateTime(t, "yyyy-mm-dd hh:nn:ss", us), "2026-11-15 14:05:09");
+    EXPECT_EQ(FormatDateTime(t, "d/m/yy h:n:s", us), "15/11/26 14:5:9");
+    EXPECT_EQ(FormatDateTime(t, "ddd dddd mmm mmmm", us), "Sun Sunday Nov November");
+    EXPECT_EQ(FormatDateTime(t, "hh:mm", us), "14:05"); // m after h is the minute
+    EXPECT_EQ(FormatDateTime(t, "h AM/PM a/p", us), "2 PM p");
+    EXPECT_EQ(FormatDateTime(t, "w ww y q", us), "1 47 319 4");
+    EXPECT_EQ(FormatDateTime(t, "", us), "11/15/2026 2:05:09 PM");
+    EXPECT_EQ(FormatDateTime(t, "ddddd ttttt", us), "11/15/2026 2:05:09 PM");
+    EXPECT_EQ(FormatDateTime(t, "Long Date", us), "Sunday, November 15, 2026");
+    EXPECT_EQ(FormatDateTime(t, "Medium Date", us), "15-Nov-26");
+    EXPECT_EQ(FormatDateTime(t, "Short Time", us), "14:05");
+    EXPECT_EQ(FormatDateTime(t, "Medium Time", us), "02:05 PM");
+    // 2022-01-01 is a Saturday: its week is week 1, and the Sunday after starts week 2.
+    EXPECT_EQ(FormatDateTime({2022, 1, 1}, "ww w y", us), "1 7 1");
+    EXPECT_EQ(FormatDateTime({2022, 1, 2}, "ww w y", us), "2 1 2");
+    EXPECT_EQ(FormatDateTime({2024, 12, 31}, "ww y", us), "53 366");
+    EXPECT_EQ(FormatDateTime({2026, 1, 1, 0, 0, 0}, "h:nn AM/PM", us), "12:00 AM");
+    EXPECT_EQ(F("45000.5", "yyyy-mm-dd hh:nn"), "2023-03-15 12:00");
+}
+
+TEST(Format, OtherLocales) {
+    Locale de = German();
+    EXPECT_EQ(F("1234,5", "Standard", de), "1.234,50");
+    EXPECT_EQ(F("1234,5", "Currency", de), "1.234,50 €");
+    EXPECT_EQ(F("-1234,5", "Currency", de), "-1.234,50 €");
+    EXPECT_EQ(F("1234.5", "Fixed", de), "1234.5"); // a point is no number here
+    EXPECT_EQ(FormatDateTime({2026, 11, 15, 14, 5, 9}, "", de), "15.11.2026 14:05:09");
+    EXPECT_EQ(FormatDateTime({2026, 11, 15}, "dddd", de), "Sonntag");
+}
+
+TEST(DateTimeTokens, FirstOccurrenceOfEachTokenInAnyCase) {
+    ManualClock clock;
+    clock.now = {2026, 11, 15, 14, 5, 9};
+    EXPECT_EQ(ExpandDateTimeTokens("{Year}{YEAR}", clock), "26{YEAR}");
+    EXPECT_EQ(
+        ExpandDateTimeTokens("LOT-{MONTH}{DAY}{CENTURY}{YEAR} {HOUR}:{MINUTE}:{SECOND}", clock),
+        "LOT-11152026 14:05:09");
+    EXPECT_EQ(ExpandDateTimeTokens("{ENTER}{tab}", clock), "{ENTER}{tab}");
+    EXPECT_EQ(ExpandDateTimeTokens("", clock), "");
+}
+
+TEST(DateTimeDisplay, RefreshesOnlyWhenTheSecondChanges) {
+    ManualClock clock;
+    config::Config cfg;
+    RuntimeState state;
+    Locale us;
+    EXPECT_FALSE(RefreshDateTimeDisplay(state, cfg, clock, us)); // display off
+    cfg.ShowDateTime = config::True;
+    cfg.DateTimeFormat = "hh:nn:ss";
+    EXPECT_TRUE(RefreshDateTimeDisplay(state, cfg, clock, us));
+    EXPECT_EQ(state.DateTimeText, "14:05:09");
+    EXPECT_FALSE(RefreshDateTimeDisplay(state, cfg, clock, us));
+    clock.now.Second = 10;
+    EXPECT_TRUE(RefreshDateTimeDisplay(state, cfg, clock, us));
+    EXPECT_EQ(state.DateTimeText, "14:05:10");
+}
+
+TEST(DateTimeDisplay, SetupCommandAsksOnlyWhenTurningOn) {
+    config::Config cfg;
+    cfg.DateTimeFormat = "hh:nn";
+    int asked = 0;
+    std::optional<std::string> answer = "";
+    auto ask = [&](const std::string& title, const std::string& prompt, const std::string& pre) {
+        ++asked;
+        EXPECT_EQ(title, "Date/Time Format");
+        EXPECT_EQ(prompt, "Enter Format Expression for Date/Time Display");
+        EXPECT_EQ(pre, "hh:nn");
+        return answer;
+    };
+    ToggleDateTimeDisplay(cfg, ask);
+    EXPECT_EQ(cfg.ShowDateTime, config::True);
+    EXPECT_EQ(cfg.DateTimeFormat, "hh:nn"); // an empty answer keeps the format
+    EXPECT_EQ(cfg.ConfigChanged, config::True);
+    ToggleDateTimeDisplay(cfg, ask);
+    EXPECT_EQ(cfg.ShowDateTime, config::False);
+    EXPECT_EQ(asked, 1);
+    answer = "yyyy";
+    ToggleDateTimeDisplay(cfg, ask);
+    EXPECT_EQ(cfg.DateTimeFormat, "yyyy");
+}
