@@ -42,6 +42,8 @@ public:
     float AsSingle() const { return std::get<4>(data_); }
     double AsDouble() const { return std::get<5>(data_); }
     const std::string& AsText() const { return std::get<6>(data_); }
+    // The text of a text value, for appending in place.
+    std::string& TextRef() { return std::get<6>(data_); }
 
     // The value as text, as a field shows it: numbers in the general number
     // format, booleans as "True"/"False", empty as "".

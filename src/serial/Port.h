@@ -28,6 +28,9 @@ public:
     virtual void ClosePort() = 0;
     // False on the virtual device: line operations then do nothing.
     virtual bool IsRealPort() const { return true; }
+    // True while the device has gone away (adapter unplugged); reads give no
+    // byte until it is back.
+    virtual bool IsLost() const { return false; }
 };
 
 // BREAK bookkeeping shared by every caller: StartBreak sets BREAK and

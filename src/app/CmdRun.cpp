@@ -1,0 +1,86 @@
+// `corvane run`: activates a configuration at once. Headless, the runtime runs
+// on a QCoreApplication: a 50 ms timer drives the acquisition tick, SIGINT and
+// SIGTERM close the runtime in order, and with --virtual the instrument's bytes
+// come from standard input and what is sent to the instrument goes to standard
+// output.
+
+#include "app/Commands.h"
+#include "app/Headless.h"
+#include "app/HeadlessRuntime.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace app {
+
+namespace {
+
+struct RunOptions {
+    bool virtualDevice = false;
+    bool testMode = false;
+    bool headless = false;
+    std::optional<std::string> portPath;
+    std::string file;
+};
+
+// Returns nullopt (after printing the usage) when the arguments are not valid.
+std::optional<RunOptions> ParseRunOptions(const Args& args) {
+    RunOptions options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        if (a == "--virtual")
+            options.virtualDevice = true;
+        else if (a == "--test")
+            options.testMode = true;
+        else if (a == "--headless")
+            options.headless = true;
+        else if (a == "--port" && i + 1 < args.size())
+            options.portPath = args[++i];
+        else if (!a.empty() && a[0] != '-' && options.file.empty())
+            options.file = a;
+        else
+            return std::nullopt;
+    }
+    if (options.file.empty() || (options.virtualDevice && options.testMode))
+        return std::nullopt;
+    return options;
+}
+
+} // namespace
+
+int CmdRun(int argc, char** argv, const Args& args) {
+    auto options = ParseRunOptions(args);
+    if (!options) {
+        std::fputs("Usage: corvane run [--virtual|--test] [--headless] [--port PATH] FILE\n",
+                   stderr);
+        return 2;
+    }
+    if (!options->headless) {
+        ReportMessage("corvane", "the runtime window is not available in this version; "
+                                 "run with --headless");
+        return 1;
+    }
+    if (options->testMode) {
+        ReportMessage("corvane", "the port analyzer (--test) is not available in this version");
+        return 1;
+    }
+    QCoreApplication application(argc, argv);
+    StderrMessageSink messages;
+    HeadlessRuntime runtime(messages);
+    // Queued, so that an end that comes before the event loop runs still ends it.
+    runtime.onFinished = [&application] {
+        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
+    };
+    SignalWatcher signalWatcher([&](int) { runtime.Exit(); });
+    HeadlessOptions runtimeOptions;
+    runtimeOptions.virtualDevice = options->virtualDevice;
+    runtimeOptions.portPath = options->portPath;
+    if (!runtime.Activate(options->file, runtimeOptions))
+        return 1;
+    return application.exec();
+}
+
+} // namespace app

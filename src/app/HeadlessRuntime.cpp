@@ -1,0 +1,165 @@
+#include "app/HeadlessRuntime.h"
+
+#include "app/Commands.h"
+#include "config/ConfigFile.h"
+#include "engine/ProcessLocale.h"
+#include "serial/PortSettings.h"
+#include "serial/PosixPort.h"
+#include "serial/ReconnectingPort.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace app {
+
+namespace {
+
+// Messages of reopening attempts are not shown: the loss itself is reported.
+class SilentSink : public config::MessageSink {
+public:
+    config::MessageAnswer Show(const config::Message&) override {
+        return config::MessageAnswer::Ok;
+    }
+    void Beep(long) override {}
+};
+
+constexpr std::size_t MaxReadPerTick = 1 << 16;
+
+} // namespace
+
+HeadlessRuntime::HeadlessRuntime(config::MessageSink& messages) : messages_(messages) {}
+
+HeadlessRuntime::~HeadlessRuntime() {
+    if (stdinFlags_ >= 0)
+        ::fcntl(STDIN_FILENO, F_SETFL, stdinFlags_);
+}
+
+bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
+    int check = config::CheckConfigFile(file, messages_);
+    if (check == -3 || check == -2) {
+        messages_.Show({"Cannot read the configuration file " + file, "Corvane File Error",
+                        config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        return false;
+    }
+    if (check < 0)
+        return false;
+    config::LoadConfigFile(cfg_, file, messages_, true);
+    cfg_.ConfigFileName = file;
+    locale_ = engine::ReadProcessLocale();
+
+    if (options.virtualDevice) {
+        state_.RunMode = engine::VirtualDevice;
+        auto port = std::make_unique<serial::VirtualPort>([](const std::string& bytes) {
+            std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+            std::fflush(stdout);
+        });
+        virtualPort_ = port.get();
+        port_ = std::move(port);
+        stdinFlags_ = ::fcntl(STDIN_FILENO, F_GETFL);
+        if (stdinFlags_ >= 0)
+            ::fcntl(STDIN_FILENO, F_SETFL, stdinFlags_ | O_NONBLOCK);
+    } else {
+        state_.RunMode = engine::Normal;
+        std::string device = serial::DevicePathFor(cfg_, store_, options.portPath);
+        auto port = serial::OpenPosixPort(cfg_, device, messages_, clock_);
+        if (!port)
+            return false;
+        auto reopen = [this, device]() {
+            static SilentSink silent;
+            return serial::OpenPosixPort(cfg_, device, silent, clock_);
+        };
+        port_ = std::make_unique<serial::ReconnectingPort>(
+            std::move(port), reopen, config::PortName(cfg_) + " (" + device + ")", messages_,
+            clock_);
+    }
+
+    const std::string stem = "Corvane - " + config::PortName(cfg_);
+    if (auto beep = store_.Get(stem, "Settings", "SpecialBeep"))
+        state_.SpecialBeep = std::strtol(beep->c_str(), nullptr, 10);
+
+    const char* home = std::getenv("HOME");
+    dispatch_ = std::make_unique<output::RecordDispatch>(cfg_, state_, clock_, messages_, locale_,
+                                                         logWriter_, home ? home : "");
+    acquisition_ = std::make_unique<engine::Acquisition>(cfg_, state_, *port_, clock_, messages_,
+                                                         locale_, *dispatch_);
+    dispatch_->cancelLogAction = [this] {
+        acquisition_->Reset();
+        if (!state_.Suspended)
+            acquisition_->ToggleSuspend();
+    };
+    acquisition_->hooks.exitAction = [this] { Exit(); };
+    acquisition_->Activate();
+    if (cfg_.TransferMode == config::SendKeystrokes)
+        messages_.Show({"Send Keystrokes mode types into X11 windows, which this version does "
+                        "not reach yet; records are counted but not typed.",
+                        RuntimeCaptionFor(), config::MessageIcon::Exclamation,
+                        config::MessageButtons::Ok});
+
+    QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
+    timer_.start(50);
+    return true;
+}
+
+std::string HeadlessRuntime::RuntimeCaptionFor() const {
+    return engine::RuntimeCaption(cfg_, state_);
+}
+
+void HeadlessRuntime::ReadStandardInput() {
+    if (!virtualPort_ || inputEnded_)
+        return;
+    char buffer[8192];
+    std::size_t total = 0;
+    while (total < MaxReadPerTick) {
+        ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (n > 0) {
+            virtualPort_->VirtualInput.append(buffer, static_cast<std::size_t>(n));
+            total += static_cast<std::size_t>(n);
+        } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
+            inputEnded_ = true;
+            return;
+        } else {
+            return;
+        }
+    }
+}
+
+void HeadlessRuntime::Tick() {
+    if (exiting_)
+        return;
+    ReadStandardInput();
+    acquisition_->Timer1_Timer();
+    if (exiting_)
+        return;
+    // At the end of the virtual device's input the pending records are
+    // finished as "{APPEXIT}" would: a record waiting for its time gap ends
+    // first, and a log line that could not be written yet is written first.
+    if (inputEnded_ && virtualPort_->Unread() == 0 && state_.ExitCountdown == 0 &&
+        !state_.Suspended && !dispatch_->LogPending() &&
+        !(cfg_.EndOfRecordEvent == 1 && state_.RecordActive))
+        state_.ExitCountdown = -1;
+}
+
+void HeadlessRuntime::Exit() {
+    if (exiting_)
+        return;
+    exiting_ = true;
+    timer_.stop();
+    if (port_) {
+        port_->FlushPendingOutput(state_.PendingOutput);
+        if (dispatch_ && dispatch_->LogPending()) {
+            dispatch_->RetryPendingLog();
+            if (const auto& line = dispatch_->PendingLine())
+                ReportMessage(RuntimeCaptionFor() + " ERROR!",
+                              "This record could not be written to " + cfg_.LogFileName + ": " +
+                                  *line);
+        }
+        port_->ClosePort();
+    }
+    if (onFinished)
+        onFinished();
+}
+
+} // namespace app

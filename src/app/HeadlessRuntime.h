@@ -1,0 +1,66 @@
+#pragma once
+// The runtime without windows: the configuration activated on a real port or
+// on the virtual device (standard input and output), driven by a 50 ms timer
+// of the Qt event loop.
+
+#include "config/Config.h"
+#include "config/QtSettingsStore.h"
+#include "engine/Acquisition.h"
+#include "engine/PosixClock.h"
+#include "engine/RuntimeState.h"
+#include "output/RecordDispatch.h"
+#include "serial/Port.h"
+#include "serial/VirtualPort.h"
+
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace app {
+
+struct HeadlessOptions {
+    bool virtualDevice = false;
+    std::optional<std::string> portPath;
+};
+
+class HeadlessRuntime {
+public:
+    explicit HeadlessRuntime(config::MessageSink& messages);
+    ~HeadlessRuntime();
+
+    // Loads the configuration, opens the port (or the virtual device) and
+    // starts the timer. False, after the message, when that fails.
+    bool Activate(const std::string& file, const HeadlessOptions& options);
+
+    // Closes the runtime in order: output flushed, lines lowered, port closed.
+    void Exit();
+
+    // Called once the runtime has closed.
+    std::function<void()> onFinished;
+
+private:
+    void Tick();
+    void ReadStandardInput();
+    std::string RuntimeCaptionFor() const;
+
+    config::MessageSink& messages_;
+    config::Config cfg_;
+    config::QtSettingsStore store_;
+    engine::Locale locale_;
+    engine::PosixClock clock_;
+    engine::RuntimeState state_;
+    output::FileLogWriter logWriter_;
+    std::unique_ptr<output::RecordDispatch> dispatch_;
+    std::unique_ptr<serial::Port> port_;
+    serial::VirtualPort* virtualPort_ = nullptr;
+    std::unique_ptr<engine::Acquisition> acquisition_;
+    QTimer timer_;
+    bool inputEnded_ = false;
+    bool exiting_ = false;
+    int stdinFlags_ = -1;
+};
+
+} // namespace app

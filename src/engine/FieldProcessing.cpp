@@ -1,0 +1,123 @@
+#include "engine/FieldProcessing.h"
+
+#include "engine/Format.h"
+
+#include <algorithm>
+
+namespace engine {
+
+namespace {
+
+char FilterLetter(int fieldIndex, const config::Config& cfg) {
+    if (fieldIndex < 1 || fieldIndex > config::MaxFields)
+        return 'C'; // the overflow field keeps what arrives
+    const std::string& f = cfg.FieldFilter[static_cast<std::size_t>(fieldIndex)];
+    return f.empty() ? 'C' : f[0];
+}
+
+bool IsNumericChar(char c, const Locale& locale) {
+    return (c >= '0' && c <= '9') || c == '-' || c == locale.DecimalSeparator;
+}
+
+// The field's text, turning a field that is not text yet into text.
+std::string& FieldText(RuntimeState& state, int fieldIndex, const Locale& locale) {
+    Value& v = state.FieldValue[static_cast<std::size_t>(fieldIndex)];
+    if (!v.IsText())
+        v = Value::Text(v.ToText(locale));
+    return v.TextRef();
+}
+
+} // namespace
+
+std::string FilterInputChar(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
+                            const Locale& locale) {
+    RuntimeState scratch;
+    scratch.InChar = state.InChar;
+    scratch.OutputTranslation = state.OutputTranslation;
+    AppendFiltered(fieldIndex, cfg, scratch, locale);
+    return scratch.FieldValue[static_cast<std::size_t>(fieldIndex)].ToText(locale);
+}
+
+void AppendFiltered(int fieldIndex, const config::Config& cfg, RuntimeState& state,
+                    const Locale& locale) {
+    const char c = static_cast<char>(state.InChar);
+    switch (FilterLetter(fieldIndex, cfg)) {
+    case 'N':
+        if (IsNumericChar(c, locale))
+            FieldText(state, fieldIndex, locale).push_back(c);
+        return;
+    case 'I':
+        return;
+    case 'B': {
+        static const char hex[] = "0123456789ABCDEF";
+        std::string& t = FieldText(state, fieldIndex, locale);
+        t.push_back(hex[state.InChar >> 4]);
+        t.push_back(hex[state.InChar & 15]);
+        return;
+    }
+    default:
+        // Outside Log To Disk mode a character whose output translation is
+        // the single NUL is dropped as it arrives.
+        if (cfg.TransferMode != config::LogToDisk) {
+            const std::string& out = state.OutputTranslation[state.InChar];
+            if (out.size() == 1 && out[0] == '\0')
+                return;
+        }
+        FieldText(state, fieldIndex, locale).push_back(c);
+    }
+}
+
+bool ConvertBase(const std::string& text, int base, long& value) {
+    std::size_t i = text.find_first_not_of(' ');
+    if (i == std::string::npos) {
+        value = 0;
+        return true;
+    }
+    unsigned long long v = 0;
+    int significant = 0;
+    for (; i < text.size(); ++i) {
+        char c = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
+        int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : 99;
+        if (d >= base)
+            break;
+        if (v != 0 || d != 0)
+            ++significant;
+        v = v * static_cast<unsigned>(base) + static_cast<unsigned>(d);
+        if (v > 0xFFFFFFFFull)
+            return false;
+    }
+    const int shortDigits = base == 16 ? 4 : 6;
+    if (significant <= shortDigits && v <= 0xFFFF)
+        value = static_cast<std::int16_t>(static_cast<std::uint16_t>(v));
+    else
+        value = static_cast<std::int32_t>(static_cast<std::uint32_t>(v));
+    return true;
+}
+
+void ProcessFields(RuntimeState& state, const config::Config& cfg, Evaluator& evaluator,
+                   const Locale& locale) {
+    const int numFields = std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
+    for (int i = 1; i <= numFields; ++i) {
+        Value& field = state.FieldValue[static_cast<std::size_t>(i)];
+        char filter = FilterLetter(i, cfg);
+        if (filter == 'H' || filter == 'O') {
+            long v = 0;
+            if (ConvertBase(field.ToText(locale), filter == 'H' ? 16 : 8, v))
+                field = Value::Text(std::to_string(v));
+        }
+        const std::string& expression = cfg.FieldExpression[static_cast<std::size_t>(i)];
+        if (!expression.empty())
+            evaluator.EvaluateExpression(expression, field, state.FieldValue);
+        const std::string& format = cfg.FieldFormat[static_cast<std::size_t>(i)];
+        if (!format.empty())
+            field = Value::Text(FormatValue(field, format, locale));
+        std::string text = field.ToText(locale);
+        std::string translated;
+        translated.reserve(text.size());
+        for (unsigned char c : text)
+            translated += state.OutputTranslation[c];
+        field = Value::Text(std::move(translated));
+    }
+}
+
+} // namespace engine

@@ -1,0 +1,59 @@
+#pragma once
+// A recording port for tests: input is scripted, writes accept a configurable
+// number of bytes, and every line operation is logged.
+
+#include "serial/Port.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace serial {
+
+class FakePort : public Port {
+public:
+    std::deque<std::uint8_t> input;
+    std::string written;
+    // Bytes accepted per write; negative accepts everything.
+    long acceptPerWrite = -1;
+    std::vector<std::string> calls; // "DTR on", "RTS off", "BREAK on", "purge", "pulse", "close"
+    bool real = true;
+    bool lost = false;
+
+    void Feed(const std::string& bytes) {
+        for (unsigned char c : bytes)
+            input.push_back(c);
+    }
+
+    int ReadOneByte(std::uint8_t& byte) override {
+        if (input.empty() || lost)
+            return 0;
+        byte = input.front();
+        input.pop_front();
+        return 1;
+    }
+    void FlushPendingOutput(std::string& pendingOutput) override {
+        if (pendingOutput.empty())
+            return;
+        std::size_t n = acceptPerWrite < 0
+                            ? pendingOutput.size()
+                            : std::min<std::size_t>(pendingOutput.size(),
+                                                    static_cast<std::size_t>(acceptPerWrite));
+        written += pendingOutput.substr(0, n);
+        pendingOutput.erase(0, n);
+    }
+    void PurgePort() override {
+        calls.push_back("purge");
+        input.clear();
+    }
+    void SetDTR(bool on) override { calls.push_back(on ? "DTR on" : "DTR off"); }
+    void SetRTS(bool on) override { calls.push_back(on ? "RTS on" : "RTS off"); }
+    void PulseDTR() override { calls.push_back("pulse"); }
+    void SetCommBreak() override { calls.push_back("BREAK on"); }
+    void ClearCommBreak() override { calls.push_back("BREAK off"); }
+    void ClosePort() override { calls.push_back("close"); }
+    bool IsRealPort() const override { return real; }
+    bool IsLost() const override { return lost; }
+};
+
+} // namespace serial

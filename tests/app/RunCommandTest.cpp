@@ -1,0 +1,163 @@
+// The headless runtime as users start it: `corvane run --headless ...` on the
+// virtual device (standard input and output) and on real pseudo-terminals.
+
+#include "support/ProcessRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <pty.h>
+#include <sstream>
+#include <string>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using testsupport::ChildProcess;
+using testsupport::RunProgram;
+using testsupport::TempDir;
+using testsupport::WaitFor;
+
+namespace {
+
+std::string ReadFile(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+void WriteFile(const fs::path& p, const std::string& text) {
+    std::ofstream out(p, std::ios::binary);
+    out << text;
+}
+
+// A log-mode configuration: single numeric field ending at CR, the given
+// acknowledgement, the log in dir.
+fs::path MakeLogConfig(const TempDir& dir, const std::string& extraJson = "") {
+    fs::path json = dir.path / "cfg.json";
+    fs::path qx3 = dir.path / "test.QX3";
+    WriteFile(json, R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
+                        (dir.path / "out.log").string() + "\"" + extraJson + "}");
+    auto result = RunProgram({CORVANE_BINARY, "config", "build", json.string(), qx3.string()});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return qx3;
+}
+
+// A pseudo-terminal whose slave is reached through a symlink, as a USB
+// adapter is through /dev/serial/by-id.
+struct LinkedPty {
+    int master = -1;
+    fs::path link;
+
+    explicit LinkedPty(fs::path linkPath) : link(std::move(linkPath)) { Open(); }
+    ~LinkedPty() { Close(); }
+    void Open() {
+        int slave = -1;
+        char name[256];
+        termios raw{};
+        cfmakeraw(&raw);
+        ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
+        ::close(slave); // the program opens the slave itself
+        fs::remove(link);
+        fs::create_symlink(name, link);
+    }
+    void Close() {
+        if (master >= 0)
+            ::close(master);
+        master = -1;
+    }
+    void Write(const std::string& s) const {
+        ASSERT_EQ(::write(master, s.data(), s.size()), static_cast<ssize_t>(s.size()));
+    }
+    // Reads what arrived at the master end within the bounded wait.
+    std::string ReadFor(std::chrono::milliseconds limit, std::size_t want) const {
+        std::string got;
+        int flags = fcntl(master, F_GETFL);
+        fcntl(master, F_SETFL, flags | O_NONBLOCK);
+        auto deadline = std::chrono::steady_clock::now() + limit;
+        while (got.size() < want && std::chrono::steady_clock::now() < deadline) {
+            char buf[256];
+            ssize_t n = ::read(master, buf, sizeof buf);
+            if (n > 0)
+                got.append(buf, static_cast<std::size_t>(n));
+            else
+                std::this_thread::sleep_for(10ms);
+        }
+        return got;
+    }
+};
+
+} // namespace
+
+TEST(RunCommand, VirtualDeviceLogsEveryRecordAndExitsAtEndOfInput) {
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir, R"(, "AckString": "OK\r")");
+    auto result = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
+                             "12.5\r\n13.0\r\n-0.25\r\n", 20s);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(ReadFile(dir.path / "out.log"), "12.5\r\r\n13.0\r\r\n-0.25\r\r\n");
+    // The acknowledgement goes back to the instrument once per record.
+    EXPECT_EQ(result.out, "OK\rOK\rOK\r");
+}
+
+TEST(RunCommand, RefusesAMissingConfigurationFile) {
+    TempDir dir;
+    auto result = RunProgram(
+        {CORVANE_BINARY, "run", "--headless", "--virtual", (dir.path / "none.QX3").string()}, "",
+        10s);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_FALSE(result.err.empty());
+}
+
+TEST(RunCommand, PseudoTerminalBytesBecomeLogLinesAndTheAckComesBack) {
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir, R"(, "AckString": "ACK")");
+    LinkedPty pty(dir.path / "ttyLINK");
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.link.string(), qx3.string()});
+    pty.Write("  42.125 g\r\n");
+    EXPECT_EQ(pty.ReadFor(5s, 3), "ACK");
+    fs::path log = dir.path / "out.log";
+    EXPECT_TRUE(WaitFor(5s, [&] { return ReadFile(log) == "42.125 g\r\r\n"; })) << ReadFile(log);
+
+    // SIGTERM ends the runtime promptly and cleanly.
+    auto start = std::chrono::steady_clock::now();
+    child.Signal(SIGTERM);
+    auto status = child.WaitExit(5s);
+    ASSERT_TRUE(status.has_value()) << "still running after SIGTERM";
+    EXPECT_EQ(*status, 0) << child.Stderr();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
+TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir);
+    LinkedPty pty(dir.path / "ttyUSBLINK");
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.link.string(), qx3.string()});
+    fs::path log = dir.path / "out.log";
+    pty.Write("1\r");
+    ASSERT_TRUE(WaitFor(5s, [&] { return ReadFile(log) == "1\r\r\n"; })) << ReadFile(log);
+
+    // Unplug: the master goes away, so the open slave hangs up.
+    pty.Close();
+    ASSERT_TRUE(WaitFor(5s, [&] { return !child.Stderr().empty(); }))
+        << "the loss of the device was not reported";
+    pty.Open();
+    // The program reopens the same path at most once a second.
+    ASSERT_TRUE(WaitFor(10s, [&] {
+        pty.Write("2\r");
+        std::this_thread::sleep_for(300ms);
+        return ReadFile(log).find("2\r\r\n") != std::string::npos;
+    })) << ReadFile(log);
+    child.Signal(SIGTERM);
+    EXPECT_TRUE(child.WaitExit(5s).has_value());
+}
