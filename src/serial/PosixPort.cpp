@@ -198,12 +198,14 @@ std::unique_ptr<Port> OpenPosixPort(const config::Config& cfg, const std::string
     };
     int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     // Not shared: a device another program (or another Corvane) holds is not available.
-    if (fd < 0 || ::flock(fd, LOCK_EX | LOCK_NB) != 0 || ::ioctl(fd, TIOCEXCL) != 0)
+    if (fd < 0 || ::flock(fd, LOCK_EX | LOCK_NB) != 0)
         return fail(fd, "Device " + name + " Not Available.", "Device Error",
                     config::MessageIcon::Exclamation);
     termios saved{};
     if (::tcgetattr(fd, &saved) != 0)
         return fail(fd, "GetComState failed", "", config::MessageIcon::None);
+    // Besides the lock, the terminal refuses further opens while we hold it.
+    ::ioctl(fd, TIOCEXCL);
     LineSettings line = MapSettings(cfg);
     termios t = saved;
     ApplyLine(t, line);

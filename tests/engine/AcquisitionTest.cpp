@@ -1,0 +1,361 @@
+// The acquisition loop driven tick by tick with a fake port and a manual
+// clock: framing in every mode, start rules, pre-input translation, timed
+// output, suspension and the deferred exit.
+
+#include "engine/Acquisition.h"
+#include "serial/FakePort.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+using namespace engine;
+
+namespace {
+
+// Keeps every log line in memory; can be told to fail.
+class MemoryLog : public output::LogWriter {
+public:
+    std::vector<std::string> lines;
+    std::string failure;
+    std::string Append(const std::string&, const std::string& line) override {
+        if (!failure.empty())
+            return failure;
+        lines.push_back(line.substr(0, line.size() - 2)); // without CR LF
+        return "";
+    }
+};
+
+struct Rig {
+    config::Config cfg;
+    RuntimeState state;
+    serial::FakePort port;
+    ManualClock clock;
+    config::RecordingMessageSink messages;
+    Locale locale;
+    MemoryLog log;
+    std::unique_ptr<output::RecordDispatch> dispatch;
+    std::unique_ptr<Acquisition> loop;
+
+    Rig() {
+        cfg.TransferMode = config::LogToDisk;
+        cfg.LogFileName = "/unused";
+    }
+    // Activates with the settings made so far.
+    void Start() {
+        dispatch = std::make_unique<output::RecordDispatch>(cfg, state, clock, messages, locale,
+                                                            log, "/home/u");
+        loop = std::make_unique<Acquisition>(cfg, state, port, clock, messages, locale, *dispatch);
+        dispatch->cancelLogAction = [this] {
+            loop->Reset();
+            if (!state.Suspended)
+                loop->ToggleSuspend();
+        };
+        loop->Activate();
+    }
+    void Tick(const std::string& bytes = "") {
+        port.Feed(bytes);
+        clock.Advance(50);
+        loop->Timer1_Timer();
+    }
+};
+
+} // namespace
+
+TEST(AcquisitionLoop, CarriageReturnEndsEachRecordAndTheLineFeedIsRejectedByTheStartRule) {
+    Rig r;
+    r.cfg.StartOfRecordEvent = 1;
+    r.Start();
+    r.Tick("12.5\r\n13.0\r\n");
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"12.5\r", "13.0\r"}));
+    EXPECT_EQ(r.state.RecordNumber, "2");
+}
+
+TEST(AcquisitionLoop, RecordsSplitAcrossTicksSurvive) {
+    Rig r;
+    r.cfg.RecordStructure = 1;
+    r.cfg.NumFields = 3;
+    r.Start();
+    for (const char* chunk : {"1", ",2", "2,", "33", "3\r4,5,6\r"})
+        r.Tick(chunk);
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"122333\r", "456\r"}));
+}
+
+TEST(AcquisitionLoop, DelimiterThatIsAlsoTheEndCharEndsOnlyAfterLastField) {
+    Rig r;
+    r.cfg.RecordStructure = 1;
+    r.cfg.NumFields = 3;
+    r.cfg.EndOfRecordEvent = 3;
+    r.cfg.EndOfRecordChars = ",";
+    r.cfg.FieldPostamble[1] = "|";
+    r.cfg.FieldPostamble[2] = "|";
+    r.Start();
+    r.Tick("1,2,3,");
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"1|2|3"});
+}
+
+TEST(AcquisitionLoop, SingleFieldKeepsTheDelimiterAsDataEvenWhenItIsTheEndChar) {
+    Rig r;
+    r.cfg.EndOfRecordEvent = 3;
+    r.cfg.EndOfRecordChars = ",";
+    r.Start();
+    r.Tick("1,2,3,");
+    EXPECT_TRUE(r.log.lines.empty());
+    EXPECT_EQ(r.state.FieldValue[1].ToText(r.locale), "1,2,3,");
+}
+
+TEST(AcquisitionLoop, RunOfSpacesIsOneDelimiterAndExtraFieldsGoToTheOverflow) {
+    Rig r;
+    r.cfg.RecordStructure = 1;
+    r.cfg.NumFields = 2;
+    r.cfg.DelimiterChar = " ";
+    r.cfg.FieldPostamble[1] = "|";
+    r.Start();
+    r.Tick("A  B\r");
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"A|B\r"});
+
+    Rig many;
+    many.cfg.RecordStructure = 1;
+    many.cfg.NumFields = 40;
+    many.Start();
+    std::string input;
+    for (int i = 1; i <= 45; ++i)
+        input += std::to_string(i) + ",";
+    many.Tick(input);
+    EXPECT_EQ(many.state.FieldValue[40].ToText(many.locale), "40");
+    EXPECT_EQ(many.state.FieldValue[41].ToText(many.locale), "4142434445");
+}
+
+TEST(AcquisitionLoop, FixedByteCountFillsFieldsByLength) {
+    Rig r;
+    r.cfg.EndOfRecordEvent = 2;
+    r.cfg.RecordStructure = 2;
+    r.cfg.NumFields = 2;
+    r.cfg.RecordLength = 10;
+    r.cfg.FieldLength[1] = 4;
+    r.cfg.FieldLength[2] = 6;
+    r.cfg.FieldPostamble[1] = "|";
+    r.Start();
+    r.Tick("ABCD12345");
+    EXPECT_TRUE(r.log.lines.empty());
+    r.Tick("6WXYZ");
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"ABCD|123456"});
+    EXPECT_EQ(r.state.FieldValue[1].ToText(r.locale), "WXYZ");
+}
+
+TEST(AcquisitionLoop, FixedFieldsEndedByTheEndCharacter) {
+    Rig r;
+    r.cfg.RecordStructure = 2;
+    r.cfg.NumFields = 2;
+    r.cfg.FieldLength[1] = 2;
+    r.cfg.FieldLength[2] = 3;
+    r.cfg.FieldPostamble[1] = "|";
+    r.Start();
+    EXPECT_EQ(r.cfg.RecordMode, 6);
+    r.Tick("ab123\r");
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"ab|123"});
+}
+
+TEST(AcquisitionLoop, TimeDelayEndsTheRecordInTheDthTickAfterTheLastByte) {
+    Rig r;
+    r.cfg.EndOfRecordEvent = 1;
+    r.cfg.TimeDelayTicks = 3;
+    r.Start();
+    r.Tick("AB");
+    r.Tick();
+    r.Tick("C"); // a byte in the second tick starts the count again
+    r.Tick();
+    r.Tick();
+    EXPECT_TRUE(r.log.lines.empty());
+    r.Tick();
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"ABC"});
+
+    Rig d;
+    d.cfg.EndOfRecordEvent = 1;
+    d.cfg.RecordStructure = 1;
+    d.cfg.NumFields = 2;
+    d.cfg.TimeDelayTicks = 1;
+    d.cfg.FieldPostamble[1] = "|";
+    d.Start();
+    EXPECT_EQ(d.cfg.RecordMode, 4);
+    d.Tick("x,y");
+    d.Tick();
+    EXPECT_EQ(d.log.lines, std::vector<std::string>{"x|y"});
+}
+
+TEST(AcquisitionLoop, StartRulesDropBytesUntilARecordMayBegin) {
+    struct Case {
+        int event;
+        const char* chars;
+        const char* input;
+        const char* line;
+    } cases[] = {
+        {1, "", "\x02\x01OK\r", "OK\r"}, {2, "", "ST,GS, -1.5 g\r", "-1.5 g\r"},
+        {2, "", "x.5\r", ".5\r"},        {3, "$#", "abc#12\r", "#12\r"},
+        {0, "", "\x02z\r", "\x02z\r"},
+    };
+    for (const auto& c : cases) {
+        Rig r;
+        r.cfg.StartOfRecordEvent = static_cast<config::Integer>(c.event);
+        r.cfg.StartOfRecordChars = c.chars;
+        r.Start();
+        r.Tick(c.input);
+        EXPECT_EQ(r.log.lines, std::vector<std::string>{c.line}) << c.input;
+    }
+    Rig comma;
+    comma.locale.DecimalSeparator = ',';
+    comma.cfg.StartOfRecordEvent = 2;
+    comma.Start();
+    comma.Tick(".,5\r");
+    EXPECT_EQ(comma.log.lines, std::vector<std::string>{",5\r"});
+}
+
+TEST(AcquisitionLoop, PreInputTranslationReplacesIgnoresAndVoids) {
+    Rig r;
+    r.cfg.PreInputTranslation['a'] = "A";
+    r.cfg.PreInputTranslation['\n'] = "Ignore";
+    r.cfg.PreInputTranslation[27] = "Void Record";
+    r.Start();
+    r.Tick("ab\n\r");
+    r.Tick("x\x1by\r");
+    r.Tick("ok\r");
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"Ab\r", "ok\r"}));
+    EXPECT_EQ(r.state.RecordNumber, "2"); // the void record is not counted
+    // The voided byte is stored as the first digit of its code.
+    Rig v;
+    v.cfg.PreInputTranslation[27] = "Void Record";
+    v.cfg.EndOfRecordEvent = 1;
+    v.cfg.TimeDelayTicks = 5;
+    v.Start();
+    v.Tick("x\x1b");
+    EXPECT_EQ(v.state.FieldValue[1].ToText(v.locale), "x2");
+}
+
+TEST(AcquisitionLoop, AcknowledgementGoesOutOnTheNextTickAlsoForVoidRecords) {
+    Rig r;
+    r.cfg.AckString = "\x06";
+    r.cfg.PreInputTranslation['!'] = "Void Record";
+    r.cfg.BeepOnInput = config::True;
+    r.state.SpecialBeep = 48;
+    r.Start();
+    r.Tick("1\r!\r");
+    EXPECT_EQ(r.port.written, "");
+    r.Tick();
+    EXPECT_EQ(r.port.written, "\x06\x06");
+    EXPECT_EQ(r.messages.beeps, (std::vector<long>{48, 48}));
+}
+
+TEST(AcquisitionLoop, OptoHandshakePromptsAtEveryOtherCarriageReturn) {
+    Rig r;
+    r.cfg.FlowControl = 3;
+    r.Start();
+    r.Tick("1\r");
+    EXPECT_EQ(r.state.PendingOutput, "?\r"); // queued; the next tick sends it
+    EXPECT_EQ(r.port.written, "");
+    r.Tick();
+    EXPECT_EQ(r.port.written, "?\r");
+    r.Tick("?2\r"); // the echo's carriage return spoils the record in progress
+    r.Tick("3\r");
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "3\r"}));
+}
+
+TEST(AcquisitionLoop, SuspensionLeavesBytesUnreadAndOneShotLetsOneRecordThrough) {
+    Rig r;
+    r.Start();
+    r.loop->ToggleSuspend();
+    r.Tick("1\r2\r3\r");
+    EXPECT_TRUE(r.log.lines.empty());
+    EXPECT_EQ(r.port.input.size(), 6u);
+    r.loop->ResumeForOneRecord();
+    r.Tick();
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"1\r"});
+    EXPECT_TRUE(r.state.Suspended);
+    r.loop->ToggleSuspend();
+    r.Tick();
+    EXPECT_EQ(r.log.lines.size(), 3u);
+
+    Rig s;
+    s.cfg.ActivateSuspended = config::True;
+    s.Start();
+    EXPECT_EQ(RuntimeCaption(s.cfg, s.state), "Corvane - COM1 (S)");
+    s.state.RunMode = VirtualDevice;
+    EXPECT_EQ(RuntimeCaption(s.cfg, s.state), "Corvane - COM1 (S) (Virtual Device)");
+}
+
+TEST(AcquisitionLoop, TimedOutputCatchesUpOneActionPerTickAfterAStall) {
+    Rig r;
+    r.cfg.TimerEnabled = 1 + 2;
+    r.cfg.TimerInterval = 1000;
+    r.cfg.TimerString = "P";
+    r.Start();
+    r.Tick(); // starts the schedule
+    r.clock.Advance(4500);
+    std::vector<std::size_t> sent;
+    for (int i = 0; i < 6; ++i) {
+        r.loop->Timer1_Timer();
+        sent.push_back(r.port.written.size());
+    }
+    // The string is queued and flushed in the same tick.
+    EXPECT_EQ(sent, (std::vector<std::size_t>{1, 2, 3, 4, 4, 4}));
+    r.Tick();
+    EXPECT_EQ(r.port.written, "PPPP");
+
+    Rig brk;
+    brk.cfg.TimerEnabled = 1 + 8;
+    brk.cfg.TimerInterval = 100;
+    brk.Start();
+    brk.Tick();
+    brk.Tick();
+    brk.Tick();
+    EXPECT_EQ(brk.port.calls, std::vector<std::string>{"BREAK on"});
+    brk.Tick();
+    brk.Tick();
+    EXPECT_EQ(brk.port.calls, (std::vector<std::string>{"BREAK on", "BREAK off", "BREAK on"}));
+}
+
+TEST(AcquisitionLoop, ExitWaitsForTwoTicksThatFindThePortEmpty) {
+    Rig r;
+    int exits = 0;
+    r.Start();
+    r.loop->hooks.exitAction = [&] { ++exits; };
+    r.state.ExitCountdown = -1;
+    r.Tick("1\r");
+    EXPECT_EQ(exits, 0);
+    r.Tick();
+    EXPECT_EQ(exits, 1);
+    EXPECT_EQ(r.log.lines.size(), 1u);
+}
+
+TEST(AcquisitionLoop, LogErrorRetriesAndCancelSuspends) {
+    Rig r;
+    r.log.failure = "Permission denied";
+    r.messages.answers = {config::MessageAnswer::Retry, config::MessageAnswer::Cancel};
+    r.Start();
+    r.Tick("1\r2");
+    ASSERT_EQ(r.messages.shown.size(), 2u);
+    EXPECT_EQ(r.messages.shown[0].text, "File I/O Error Writing To: /unused\rPermission denied");
+    EXPECT_EQ(r.messages.shown[0].title, "Corvane - COM1 ERROR!");
+    EXPECT_EQ(r.messages.shown[0].buttons, config::MessageButtons::RetryCancel);
+    EXPECT_TRUE(r.state.Suspended);
+    EXPECT_EQ(r.port.calls, std::vector<std::string>{"purge"});
+    EXPECT_FALSE(r.state.RecordActive);
+}
+
+TEST(AcquisitionLoop, HeadlessLogErrorKeepsTheRecordAndHoldsInput) {
+    Rig r;
+    r.log.failure = "No space left on device";
+    r.messages.answers = {config::MessageAnswer::Deferred};
+    r.Start();
+    r.Tick("1\r2\r");
+    EXPECT_EQ(r.messages.shown.size(), 1u);
+    EXPECT_TRUE(r.dispatch->LogPending());
+    EXPECT_EQ(r.port.input.size(), 2u); // "2\r" waits in the port
+    r.Tick();
+    r.log.failure.clear();
+    r.Tick(); // less than a second since the last try
+    EXPECT_TRUE(r.log.lines.empty());
+    r.clock.Advance(1000);
+    r.Tick();
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "2\r"}));
+    EXPECT_EQ(r.messages.shown.size(), 1u);
+}
