@@ -39,6 +39,18 @@ void Acquisition::Activate() {
     dispatch_.BuildOutputTranslation();
     state_.TimedOutputFlags = cfg_.TimerEnabled;
     state_.CurField = 1;
+    for (int i = 0; i < 256; ++i) {
+        const std::string& entry = cfg_.PreInputTranslation[static_cast<std::size_t>(i)];
+        auto& kind = preInputKind_[static_cast<std::size_t>(i)];
+        auto& byte = preInputByte_[static_cast<std::size_t>(i)];
+        kind = entry == "Ignore" ? PreInput::Ignore
+               : entry == "Void Record" ? PreInput::Void : PreInput::Replace;
+        // The voided byte is stored as the first digit of its own code, as it
+        // always was; an empty entry leaves the byte as it is.
+        byte = kind == PreInput::Void ? static_cast<std::uint8_t>(std::to_string(i)[0])
+               : entry.empty()        ? static_cast<std::uint8_t>(i)
+                                      : static_cast<std::uint8_t>(entry[0]);
+    }
     if (cfg_.ActivateSuspended)
         ToggleSuspend();
 }
@@ -165,21 +177,15 @@ void Acquisition::ProcessByte(std::uint8_t byte) {
         }
     }
     // B. Pre-input translation.
-    const std::string& entry = cfg_.PreInputTranslation[state_.InChar];
-    bool voidEntry = false;
-    if (entry == "Ignore") {
+    const PreInput kind = preInputKind_[state_.InChar];
+    if (kind == PreInput::Ignore) {
         state_.LastCharWasSpace = received == 32;
         return;
     }
-    if (entry == "Void Record") {
-        if (state_.RecordActive)
-            state_.VoidRecord = true;
-        // The byte is stored as the first digit of its own code, as it always was.
-        state_.InChar = static_cast<std::uint8_t>(std::to_string(state_.InChar)[0]);
-        voidEntry = true;
-    } else if (!entry.empty()) {
-        state_.InChar = static_cast<std::uint8_t>(entry[0]);
-    }
+    const bool voidEntry = kind == PreInput::Void;
+    if (voidEntry && state_.RecordActive)
+        state_.VoidRecord = true;
+    state_.InChar = preInputByte_[state_.InChar];
     // C. Start of record.
     if (!state_.RecordActive && !PassesStartRule(state_.InChar)) {
         state_.LastCharWasSpace = state_.InChar == 32;

@@ -15,6 +15,7 @@
 #include "output/RecordDispatch.h"
 #include "serial/Port.h"
 
+#include <array>
 #include <functional>
 #include <string>
 
@@ -72,6 +73,10 @@ private:
     const Locale& locale_;
     output::RecordDispatch& dispatch_;
     Evaluator evaluator_;
+    // The pre-input table read once at activation: what each byte becomes.
+    enum class PreInput : std::uint8_t { Replace, Ignore, Void };
+    std::array<PreInput, 256> preInputKind_{};
+    std::array<std::uint8_t, 256> preInputByte_{};
 };
 
 // The runtime window's caption: "Corvane - COM1", " (S)" while suspended,

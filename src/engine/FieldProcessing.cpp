@@ -111,12 +111,23 @@ void ProcessFields(RuntimeState& state, const config::Config& cfg, Evaluator& ev
         const std::string& format = cfg.FieldFormat[static_cast<std::size_t>(i)];
         if (!format.empty())
             field = Value::Text(FormatValue(field, format, locale));
-        std::string text = field.ToText(locale);
-        std::string translated;
-        translated.reserve(text.size());
-        for (unsigned char c : text)
-            translated += state.OutputTranslation[c];
-        field = Value::Text(std::move(translated));
+        if (!field.IsText())
+            field = Value::Text(field.ToText(locale));
+        std::string& text = field.TextRef();
+        // Most characters translate to themselves; rebuild only from the
+        // first one that does not.
+        std::size_t k = 0;
+        for (; k < text.size(); ++k) {
+            const std::string& out = state.OutputTranslation[static_cast<unsigned char>(text[k])];
+            if (out.size() != 1 || out[0] != text[k])
+                break;
+        }
+        if (k < text.size()) {
+            std::string translated = text.substr(0, k);
+            for (; k < text.size(); ++k)
+                translated += state.OutputTranslation[static_cast<unsigned char>(text[k])];
+            text = std::move(translated);
+        }
     }
 }
 

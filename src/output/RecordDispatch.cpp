@@ -61,8 +61,16 @@ void RecordDispatch::BuildOutputTranslation() {
 }
 
 void RecordDispatch::IncreaseRecordNumber() {
-    double n = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator);
-    state_.RecordNumber = engine::GeneralNumber(n + 1, false, locale_);
+    // The counter is text that the user (or another program) may change; it
+    // is read back only when it differs from what was last written.
+    if (state_.RecordNumber != counterText_)
+        counter_ = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator);
+    counter_ += 1;
+    if (counter_ >= 0 && counter_ < 1e15 && counter_ == static_cast<double>(static_cast<long long>(counter_)))
+        counterText_ = std::to_string(static_cast<long long>(counter_));
+    else
+        counterText_ = engine::GeneralNumber(counter_, false, locale_);
+    state_.RecordNumber = counterText_;
 }
 
 namespace {

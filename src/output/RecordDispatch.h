@@ -88,6 +88,8 @@ private:
     LogWriter& log_;
     std::string home_;
     std::optional<std::string> pendingLine_;
+    double counter_ = 0;
+    std::string counterText_;
     std::int32_t lastRetry_ = 0;
 };
 
