@@ -32,8 +32,9 @@ struct Instance {
         char tmpl[] = "/tmp/corvane-bench-XXXXXX";
         dir = mkdtemp(tmpl);
         log = dir / "bench.log";
-        std::ofstream(dir / "cfg.json") << R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" << log.string()
-                                        << "\"}";
+        std::ofstream(dir / "cfg.json")
+            << R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" << log.string()
+            << "\"}";
         std::string build = std::string(CORVANE_BINARY) + " config build " +
                             (dir / "cfg.json").string() + " " + (dir / "b.QX3").string();
         if (std::system(build.c_str()) != 0)
@@ -105,7 +106,8 @@ void PseudoTerminalThroughput(benchmark::State& st) {
         auto deadline = start + std::chrono::seconds(120);
         while (instance.LogLines() < records && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         double cpu = instance.CpuSeconds() - cpuBefore;
         double mb = static_cast<double>(data.size()) / 1e6;
         st.counters["KB/s"] = static_cast<double>(data.size()) / 1e3 / seconds;

@@ -66,12 +66,16 @@ void Run(benchmark::State& st, const std::string& record, bool fullChain) {
     }
     st.counters["records/s"] =
         benchmark::Counter(static_cast<double>(log.lines), benchmark::Counter::kIsRate);
-    st.counters["input MB/s"] = benchmark::Counter(
-        static_cast<double>(port.pos) / 1e6, benchmark::Counter::kIsRate);
+    st.counters["input MB/s"] =
+        benchmark::Counter(static_cast<double>(port.pos) / 1e6, benchmark::Counter::kIsRate);
 }
 
-void SimpleRecords(benchmark::State& st) { Run(st, "12.345\r", false); }
-void BalanceChain(benchmark::State& st) { Run(st, "  12.345 g\r\n", true); }
+void SimpleRecords(benchmark::State& st) {
+    Run(st, "12.345\r", false);
+}
+void BalanceChain(benchmark::State& st) {
+    Run(st, "  12.345 g\r\n", true);
+}
 
 } // namespace
 

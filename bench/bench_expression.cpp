@@ -6,7 +6,8 @@
 
 namespace {
 
-void Evaluate(benchmark::State& st, const char* expression, const char* field1, const char* field2) {
+void Evaluate(benchmark::State& st, const char* expression, const char* field1,
+              const char* field2) {
     engine::Locale locale;
     engine::Evaluator evaluator(locale);
     std::array<engine::Value, 42> fields{};

@@ -43,8 +43,9 @@ void Acquisition::Activate() {
         const std::string& entry = cfg_.PreInputTranslation[static_cast<std::size_t>(i)];
         auto& kind = preInputKind_[static_cast<std::size_t>(i)];
         auto& byte = preInputByte_[static_cast<std::size_t>(i)];
-        kind = entry == "Ignore" ? PreInput::Ignore
-               : entry == "Void Record" ? PreInput::Void : PreInput::Replace;
+        kind = entry == "Ignore"        ? PreInput::Ignore
+               : entry == "Void Record" ? PreInput::Void
+                                        : PreInput::Replace;
         // The voided byte is stored as the first digit of its own code, as it
         // always was; an empty entry leaves the byte as it is.
         byte = kind == PreInput::Void ? static_cast<std::uint8_t>(std::to_string(i)[0])

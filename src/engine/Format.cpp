@@ -371,6 +371,43 @@ std::string FormatDateTime(const DateTime& when, std::string_view format, const 
     return RenderDate(when, format, locale, 0);
 }
 
+namespace {
+
+enum class FormatKind { Named, Date, Text, Numeric };
+
+// What kind of format a text is; the last answer is kept, as a field is
+// formatted with the same format record after record.
+FormatKind KindOf(std::string_view format, const Locale& locale) {
+    thread_local std::string key;
+    thread_local FormatKind kind = FormatKind::Numeric;
+    thread_local bool valid = false;
+    if (valid && key == format)
+        return kind;
+    bool named = false;
+    FormatNamedNumber(format, 0, locale, named);
+    if (named) {
+        kind = FormatKind::Named;
+    } else if (LooksLikeDateFormat(format)) {
+        kind = FormatKind::Date;
+    } else {
+        bool textCode = false, digitCode = false;
+        for (const auto& t : TokenizeFormat(format)) {
+            if (t.kind != FormatToken::Code)
+                continue;
+            if (t.text == "@" || t.text == "&" || t.text == "<" || t.text == ">" || t.text == "!")
+                textCode = true;
+            else
+                digitCode = true;
+        }
+        kind = textCode && !digitCode ? FormatKind::Text : FormatKind::Numeric;
+    }
+    key.assign(format);
+    valid = true;
+    return kind;
+}
+
+} // namespace
+
 std::string FormatValue(const Value& value, std::string_view format, const Locale& locale) {
     if (format.empty())
         return value.ToText(locale);
@@ -382,30 +419,22 @@ std::string FormatValue(const Value& value, std::string_view format, const Local
     } else {
         numeric = WholeNumber(value.AsText(), locale, number);
     }
-    bool matched = false;
-    if (numeric) {
-        std::string named = FormatNamedNumber(format, number, locale, matched);
-        if (matched)
-            return named;
-        if (LooksLikeDateFormat(format))
-            return FormatDateTime(DateFromSerial(number), format, locale);
+    switch (KindOf(format, locale)) {
+    case FormatKind::Named: {
+        bool matched = false;
+        return numeric ? FormatNamedNumber(format, number, locale, matched) : value.ToText(locale);
     }
-    std::vector<FormatToken> tokens = TokenizeFormat(format);
-    bool textFormat = false, digitFormat = false;
-    for (const auto& t : tokens) {
-        if (t.kind != FormatToken::Code)
-            continue;
-        if (t.text == "@" || t.text == "&" || t.text == "<" || t.text == ">" || t.text == "!")
-            textFormat = true;
-        else
-            digitFormat = true;
-    }
-    if (textFormat && !digitFormat)
+    case FormatKind::Date:
+        return numeric ? FormatDateTime(DateFromSerial(number), format, locale)
+                       : value.ToText(locale);
+    case FormatKind::Text:
         return FormatText(value.ToText(locale), format);
-    if (!numeric) {
-        // A text that is no number passes numeric, named and date formats unchanged.
-        return value.ToText(locale);
+    case FormatKind::Numeric:
+        break;
     }
+    // A text that is no number passes numeric formats unchanged.
+    if (!numeric)
+        return value.ToText(locale);
     return FormatNumberUser(number, format, value.IsEmpty(), locale);
 }
 

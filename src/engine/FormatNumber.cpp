@@ -245,19 +245,44 @@ bool IsZeroAfterRounding(const NumericSection& s, double v) {
 
 } // namespace
 
+namespace {
+
+// A format analysed once: fields are formatted with the same format record
+// after record, so the last one is kept.
+struct NumericPlan {
+    std::vector<NumericSection> sections;
+    std::vector<bool> empty;
+};
+
+const NumericPlan& PlanFor(std::string_view format) {
+    thread_local std::string key;
+    thread_local NumericPlan plan;
+    thread_local bool valid = false;
+    if (!valid || key != format) {
+        plan = NumericPlan{};
+        for (std::string_view section : SplitSections(format)) {
+            plan.sections.push_back(Analyse(section));
+            plan.empty.push_back(section.empty());
+        }
+        key.assign(format);
+        valid = true;
+    }
+    return plan;
+}
+
+} // namespace
+
 std::string FormatNumberUser(double v, std::string_view format, bool isEmpty,
                              const Locale& locale) {
-    std::vector<std::string_view> sections = SplitSections(format);
-    auto sectionText = [&](std::size_t i) -> std::string_view {
-        return i < sections.size() ? sections[i] : std::string_view();
-    };
-    if (isEmpty && sections.size() >= 4)
-        return Render(Analyse(sectionText(3)), 0, locale);
-    if (v == 0 && sections.size() >= 3 && !sectionText(2).empty())
-        return Render(Analyse(sectionText(2)), 0, locale);
-    if (v < 0 && sections.size() >= 2 && !sectionText(1).empty())
-        return Render(Analyse(sectionText(1)), -v, locale);
-    NumericSection first = Analyse(sectionText(0));
+    const NumericPlan& plan = PlanFor(format);
+    const std::size_t count = plan.sections.size();
+    if (isEmpty && count >= 4)
+        return Render(plan.sections[3], 0, locale);
+    if (v == 0 && count >= 3 && !plan.empty[2])
+        return Render(plan.sections[2], 0, locale);
+    if (v < 0 && count >= 2 && !plan.empty[1])
+        return Render(plan.sections[1], -v, locale);
+    const NumericSection& first = plan.sections[0];
     std::string body = Render(first, v, locale);
     if (v < 0 && !IsZeroAfterRounding(first, -v))
         return "-" + body;
