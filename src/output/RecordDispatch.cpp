@@ -66,7 +66,8 @@ void RecordDispatch::IncreaseRecordNumber() {
     if (state_.RecordNumber != counterText_)
         counter_ = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator);
     counter_ += 1;
-    if (counter_ >= 0 && counter_ < 1e15 && counter_ == static_cast<double>(static_cast<long long>(counter_)))
+    if (counter_ >= 0 && counter_ < 1e15 &&
+        counter_ == static_cast<double>(static_cast<long long>(counter_)))
         counterText_ = std::to_string(static_cast<long long>(counter_));
     else
         counterText_ = engine::GeneralNumber(counter_, false, locale_);

@@ -1,0 +1,85 @@
+#pragma once
+// The keystroke sender: a key string such as "Total{TAB 2}+(abc)~" is parsed
+// whole into a queue of virtual keys, then played one event at a time with
+// an optional pause after each event. A malformed string types nothing, so a
+// modifier is never left held in the target.
+
+#include "engine/Clock.h"
+#include "output/Keyboard.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace output {
+
+// Parser results; the callers ignore them, nothing is shown.
+enum KeyParseCode : int {
+    KeysOk = 0,
+    UnterminatedBrace = 1,
+    UnknownKeyName = 2,
+    UnclosedParenthesis = 3,
+    BadRepeatCount = 4,
+    TooManyKeys = 5,
+};
+
+constexpr std::size_t KeyQueueCapacity = 4096;
+constexpr int VkShift = 16, VkControl = 17, VkMenu = 18;
+
+struct KeyName {
+    const char* name;
+    int vk;
+};
+// The braced key names, first match wins.
+const std::vector<KeyName>& KeyNameTable();
+
+// A one-character name is looked up on the keyboard as it stands (so {A}
+// types Shift+a); a longer one is trimmed, upper-cased and found in the
+// table. 0 when unknown.
+int LookupKeyName(std::string_view name, Keyboard& keyboard);
+
+// Parses text into queue (virtual keys; 16, 17 and 18 are modifier toggles).
+int ParseKeyString(std::string_view text, Keyboard& keyboard, std::vector<std::uint16_t>& queue);
+
+// Plays a queue: every ordinary key is pressed and released before the next
+// item; a modifier stays down from its first toggle to its second.
+class KeyEventSource {
+public:
+    explicit KeyEventSource(const std::vector<std::uint16_t>& queue) : queue_(queue) {}
+    // False when nothing is left.
+    bool NextKeyEvent(int& vk, bool& release);
+
+private:
+    const std::vector<std::uint16_t>& queue_;
+    std::size_t read_ = 0;
+    bool shift_ = false, control_ = false, alt_ = false;
+    bool releasePending_ = false;
+    int lastKey_ = 0;
+};
+
+class KeySender {
+public:
+    // pump lets the program's own events run during waits.
+    KeySender(Keyboard& keyboard, engine::Clock& clock, std::function<void()> pump);
+
+    // Parses and types text. Returns 0 or the parser's code; on a code nothing
+    // is typed. A send started from an event pumped during another send is
+    // parsed at once but typed after the one in progress.
+    int SimSendKeys(std::string_view text, long interCharDelay);
+
+private:
+    void Play(const std::vector<std::uint16_t>& queue, long interCharDelay);
+    void WaitMilliseconds(long ms);
+    void SettleAfterAlt();
+
+    Keyboard& keyboard_;
+    engine::Clock& clock_;
+    std::function<void()> pump_;
+    bool sending_ = false;
+    std::deque<std::pair<std::vector<std::uint16_t>, long>> waiting_;
+};
+
+} // namespace output
