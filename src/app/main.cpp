@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     // Sub-command table: the first matching name runs.
+    if (command == "keys")
+        return app::CmdKeys(rest);
     if (command == "run")
         return app::CmdRun(argc, argv, rest);
     if (command == "format")

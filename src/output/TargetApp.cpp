@@ -1,0 +1,49 @@
+#include "output/WindowSystem.h"
+
+#include <cctype>
+
+namespace output {
+
+namespace {
+
+std::string Upper(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return s;
+}
+
+std::string Trim(const std::string& s) {
+    std::size_t b = s.find_first_not_of(" \t");
+    if (b == std::string::npos)
+        return "";
+    return s.substr(b, s.find_last_not_of(" \t") - b + 1);
+}
+
+} // namespace
+
+Activation ActivateTargetApp(const std::string& title, WindowSystem& windows) {
+    Activation result;
+    if (title.empty())
+        return result;
+    const std::string wanted = Upper(Trim(title));
+    std::vector<WindowId> all = windows.TopLevelWindows();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (Upper(windows.Caption(all[i])).find(wanted) == std::string::npos)
+            continue;
+        result.window = all[i];
+        if (i == 0)
+            return result; // already in front
+        if (windows.Activate(all[i])) {
+            if (windows.IsIconic(all[i])) {
+                windows.Restore(all[i]);
+                result.TargetWasIconic = true;
+            } else {
+                windows.Show(all[i]);
+            }
+        }
+        return result;
+    }
+    return result;
+}
+
+} // namespace output

@@ -1,0 +1,61 @@
+#pragma once
+// Keys typed through XTest on the current keyboard layout. A character is
+// typed with the keycode and level that produce it on that layout, so "y",
+// "z", "@" and accented letters come out right on German or French layouts;
+// characters that need AltGr get it around their key.
+
+#include "output/Keyboard.h"
+#include "output/WindowSystem.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+
+typedef struct _XDisplay Display;
+
+namespace output {
+
+class X11Keyboard : public Keyboard {
+public:
+    // Null when the display cannot be opened.
+    static std::unique_ptr<X11Keyboard> Open();
+    ~X11Keyboard() override;
+
+    int VkKeyScan(unsigned char c) override;
+    void KeyEvent(int vk, bool release) override;
+    bool CapsLockOn() override;
+    void SetCapsLock(bool on) override;
+
+    Display* display() const { return dpy_; }
+
+private:
+    explicit X11Keyboard(Display* dpy) : dpy_(dpy) {}
+    // The keycode and shift level (0..3) of keysym in the current group.
+    bool FindKey(unsigned long keysym, unsigned& keycode, int& level);
+    unsigned KeycodeForVk(int vk, bool& level3);
+
+    Display* dpy_;
+    std::map<int, std::pair<unsigned, bool>> byVk_; // allocated vk -> (keycode, AltGr)
+    std::map<std::pair<unsigned, bool>, int> vkByKey_;
+    int nextVk_ = 0;
+};
+
+// Top-level windows of the X server: the window manager's stacking list when
+// there is one, else the root window's children.
+class X11WindowSystem : public WindowSystem {
+public:
+    explicit X11WindowSystem(Display* dpy) : dpy_(dpy) {}
+    std::vector<WindowId> TopLevelWindows() override;
+    std::string Caption(WindowId w) override;
+    WindowId ForegroundWindow() override;
+    bool Activate(WindowId w) override;
+    bool IsIconic(WindowId w) override;
+    void Restore(WindowId w) override;
+    void Show(WindowId w) override;
+    void Minimize(WindowId w) override;
+
+private:
+    Display* dpy_;
+};
+
+} // namespace output

@@ -1,0 +1,111 @@
+// Typing into a real X client under a private Xvfb.
+
+#include "support/ProcessRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using testsupport::ChildProcess;
+using testsupport::RunProgram;
+using testsupport::TempDir;
+using testsupport::WaitFor;
+
+namespace {
+
+std::string Slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// A private X server on a free display number, gone with the fixture.
+class X11Typing : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (access("/usr/bin/Xvfb", X_OK) != 0)
+            GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
+        for (int n = 90 + static_cast<int>(getpid() % 50); n < 200; ++n) {
+            if (fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) ||
+                fs::exists("/tmp/.X" + std::to_string(n) + "-lock"))
+                continue;
+            display = ":" + std::to_string(n);
+            xvfb = std::make_unique<ChildProcess>(
+                std::vector<std::string>{"/usr/bin/Xvfb", display, "-nolisten", "tcp"});
+            if (WaitFor(10s, [&] { return fs::exists("/tmp/.X11-unix/X" + std::to_string(n)); }))
+                break;
+            xvfb.reset();
+        }
+        ASSERT_TRUE(xvfb) << "no Xvfb could be started";
+        setenv("DISPLAY", display.c_str(), 1);
+    }
+    void TearDown() override {
+        recorder.reset();
+        if (xvfb)
+            xvfb->Signal(SIGTERM);
+        xvfb.reset();
+        unsetenv("DISPLAY");
+    }
+    // Starts the recording client and waits until its window is mapped.
+    void StartRecorder(const std::string& title) {
+        typed = dir.path / "typed.txt";
+        recorder = std::make_unique<ChildProcess>(
+            std::vector<std::string>{KEY_RECORDER, title, typed.string()});
+        ASSERT_TRUE(WaitFor(10s, [&] { return Slurp(typed) == "<ready>"; }));
+    }
+    std::string Typed() const {
+        std::string s = Slurp(typed);
+        return s.substr(std::min<std::size_t>(7, s.size()));
+    }
+    testsupport::RunResult Keys(const std::string& text, const std::string& title) {
+        return RunProgram({CORVANE_BINARY, "keys", "--delay", "0", "--window", title, text});
+    }
+
+    std::string display;
+    std::unique_ptr<ChildProcess> xvfb, recorder;
+    TempDir dir;
+    fs::path typed;
+};
+
+} // namespace
+
+TEST_F(X11Typing, TypesTextShiftedCharactersAndKeysIntoTheWindowFoundByTitle) {
+    StartRecorder("Corvane Key Recorder");
+    auto r = Keys("Hello, World!{TAB}a+b{ENTER}{}}{{}{~}{+}{%}{^}(x)~", "key recorder");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    const std::string expected = "Hello, World!\taB\n}{~+%^x\n";
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == expected; })) << Typed();
+
+    auto missing = Keys("x", "no such window");
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_NE(missing.err.find("no such window"), std::string::npos);
+}
+
+TEST_F(X11Typing, CapsLockIsTurnedOffForTheSendAndBackOnAfter) {
+    StartRecorder("Caps Recorder");
+    ASSERT_EQ(RunProgram({"/usr/bin/xdotool", "key", "Caps_Lock"}).exitCode, 0);
+    auto r = Keys("abc", "Caps Recorder");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == "abc"; })) << Typed();
+    auto state = RunProgram({"/usr/bin/xset", "q"});
+    EXPECT_NE(state.out.find("Caps Lock:   on"), std::string::npos) << state.out;
+}
+
+TEST_F(X11Typing, GermanLayoutTypesYZAndAt) {
+    StartRecorder("German Recorder");
+    ASSERT_EQ(RunProgram({"/usr/bin/setxkbmap", "de"}).exitCode, 0);
+    auto r = Keys("yz@Y", "German Recorder");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == "yz@Y"; })) << Typed();
+}
