@@ -7,6 +7,8 @@
 #include "serial/PosixPort.h"
 #include "serial/ReconnectingPort.h"
 
+#include <QCoreApplication>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -93,14 +95,32 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
     acquisition_->hooks.exitAction = [this] { Exit(); };
     acquisition_->Activate();
     if (cfg_.TransferMode == config::SendKeystrokes)
-        messages_.Show({"Send Keystrokes mode types into X11 windows, which this version does "
-                        "not reach yet; records are counted but not typed.",
-                        RuntimeCaptionFor(), config::MessageIcon::Exclamation,
-                        config::MessageButtons::Ok});
+        StartKeystrokes();
 
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
     return true;
+}
+
+void HeadlessRuntime::StartKeystrokes() {
+    keyboard_ = std::getenv("DISPLAY") ? output::X11Keyboard::Open() : nullptr;
+    if (!keyboard_) {
+        bool waylandOnly = std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY");
+        messages_.Show({waylandOnly ? "This is a Wayland session without X11: keystrokes "
+                                      "cannot reach native Wayland windows. Records are counted "
+                                      "but not typed."
+                                    : "The X display cannot be opened: records are counted but "
+                                      "not typed.",
+                        RuntimeCaptionFor(), config::MessageIcon::Exclamation,
+                        config::MessageButtons::Ok});
+        return;
+    }
+    windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
+    auto pump = [] { QCoreApplication::processEvents(); };
+    sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
+    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg_, *windows_, *sender_, messages_,
+                                                              clock_, pump);
+    dispatch_->keystrokes = keystrokes_.get();
 }
 
 std::string HeadlessRuntime::RuntimeCaptionFor() const {

@@ -8,7 +8,10 @@
 #include "engine/Acquisition.h"
 #include "engine/PosixClock.h"
 #include "engine/RuntimeState.h"
+#include "output/KeySender.h"
+#include "output/KeystrokeDispatch.h"
 #include "output/RecordDispatch.h"
+#include "output/X11Keyboard.h"
 #include "serial/Port.h"
 #include "serial/VirtualPort.h"
 
@@ -45,6 +48,7 @@ private:
     void Tick();
     void ReadStandardInput();
     std::string RuntimeCaptionFor() const;
+    void StartKeystrokes();
 
     config::MessageSink& messages_;
     config::Config cfg_;
@@ -57,6 +61,10 @@ private:
     std::unique_ptr<serial::Port> port_;
     serial::VirtualPort* virtualPort_ = nullptr;
     std::unique_ptr<engine::Acquisition> acquisition_;
+    std::unique_ptr<output::X11Keyboard> keyboard_;
+    std::unique_ptr<output::X11WindowSystem> windows_;
+    std::unique_ptr<output::KeySender> sender_;
+    std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
     QTimer timer_;
     bool inputEnded_ = false;
     bool exiting_ = false;

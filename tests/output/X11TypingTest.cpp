@@ -3,6 +3,10 @@
 #include "support/ProcessRunner.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <pty.h>
+#include <termios.h>
 
 #include <chrono>
 #include <csignal>
@@ -108,4 +112,39 @@ TEST_F(X11Typing, GermanLayoutTypesYZAndAt) {
     auto r = Keys("yz@Y", "German Recorder");
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == "yz@Y"; })) << Typed();
+}
+
+TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
+    StartRecorder("Pty Recorder");
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "pty recorder";
+    cfg["InterCharDelay"] = 0;
+    std::vector<std::string> postambles(41, "");
+    postambles[1] = "{TAB}x~";
+    cfg["FieldPostamble"] = postambles;
+    std::ofstream(dir.path / "keys.json") << cfg.dump();
+    fs::path qx3 = dir.path / "keys.QX3";
+    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "keys.json").string(),
+                          qx3.string()})
+                  .exitCode,
+              0);
+    int master = -1, slave = -1;
+    char name[256];
+    termios raw{};
+    cfmakeraw(&raw);
+    ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
+    close(slave);
+    ChildProcess runtime({CORVANE_BINARY, "run", "--headless", "--port", name, qx3.string()});
+    // Every special entry of the default translation table, upper case and
+    // shifted characters; the carriage return ends the record and is typed
+    // as Enter, the line feed is dropped.
+    const std::string record = "Ab+%()[]{}~^ 7\r\n";
+    ASSERT_EQ(write(master, record.data(), record.size()), static_cast<ssize_t>(record.size()));
+    const std::string expected = "Ab+%()[]{}~^ 7\n\tx\n";
+    EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == expected; })) << Typed() << "\n"
+                                                                   << runtime.Stderr();
+    runtime.Signal(SIGTERM);
+    EXPECT_TRUE(runtime.WaitExit(5s).has_value());
+    close(master);
 }

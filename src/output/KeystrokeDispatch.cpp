@@ -1,0 +1,77 @@
+#include "output/KeystrokeDispatch.h"
+
+#include <cctype>
+
+namespace output {
+
+namespace {
+
+std::string Upper(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return s;
+}
+
+} // namespace
+
+KeystrokeDispatch::KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
+                                     config::MessageSink& messages, engine::Clock& clock,
+                                     std::function<void()> pump)
+    : cfg_(cfg), windows_(windows), sender_(sender), messages_(messages), clock_(clock),
+      pump_(std::move(pump)) {}
+
+bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
+    WindowId before = windows_.ForegroundWindow();
+    std::string error = windows_.StartProgram(cfg_.TargetAppCommand);
+    if (!error.empty()) {
+        messages_.Show({"Cannot Run Program: " + cfg_.TargetAppCommand + "\r" + error, "",
+                        config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        return false;
+    }
+    // Wait for the program's window to come to the front, then one more
+    // second on the clock so that it is ready for keys.
+    while (windows_.ForegroundWindow() == before)
+        if (pump_)
+            pump_();
+    auto secondOfDay = [this] {
+        engine::DateTime t = clock_.Now();
+        return t.Hour * 3600 + t.Minute * 60 + t.Second;
+    };
+    int start = secondOfDay();
+    while ((secondOfDay() - start + 86400) % 86400 < 1)
+        if (pump_)
+            pump_();
+    target = returnWindow = windows_.ForegroundWindow();
+    // The next record finds the window by its real caption; the setting
+    // itself is not marked as changed.
+    std::string caption = Upper(windows_.Caption(target));
+    if (cfg_.TargetAppTitle.empty() ||
+        caption.find(Upper(cfg_.TargetAppTitle)) == std::string::npos)
+        cfg_.TargetAppTitle = caption;
+    return true;
+}
+
+void KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildRecordText) {
+    WindowId returnWindow = windows_.ForegroundWindow();
+    Activation activation;
+    WindowId target = 0;
+    bool launchFailed = false;
+    if (cfg_.ActivateTarget) {
+        activation = ActivateTargetApp(cfg_.TargetAppTitle, windows_);
+        target = activation.window;
+        if (!target && !cfg_.TargetAppCommand.empty())
+            launchFailed = !Launch(target, returnWindow);
+    }
+    std::string text = buildRecordText();
+    if (launchFailed)
+        return;
+    if (ownWindow != 0 && windows_.ForegroundWindow() == ownWindow)
+        return; // the runtime's own window is in front: nothing is typed
+    sender_.SimSendKeys(text, cfg_.InterCharDelay);
+    if (activation.TargetWasIconic && target)
+        windows_.Minimize(target);
+    if (returnWindow && returnWindow != target)
+        windows_.Activate(returnWindow);
+}
+
+} // namespace output
