@@ -23,6 +23,11 @@ public:
     virtual void SetCapsLock(bool on) = 0;
 };
 
+// Space and the control characters every layout types the same way: their
+// virtual key (Ctrl+letter codes carry the Ctrl bit 0x200), or -1 for any
+// other character.
+int CommonVkKeyScan(unsigned char c);
+
 // The US layout without a device: VkKeyScan as a US keyboard answers it, and
 // key events are recorded instead of typed.
 class UsKeyboard : public Keyboard {

@@ -4,16 +4,6 @@
 
 namespace output {
 
-namespace {
-
-std::string Upper(std::string s) {
-    for (char& c : s)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return s;
-}
-
-} // namespace
-
 KeystrokeDispatch::KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
                                      config::MessageSink& messages, engine::Clock& clock,
                                      std::function<void()> pump)
@@ -44,9 +34,9 @@ bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
     target = returnWindow = windows_.ForegroundWindow();
     // The next record finds the window by its real caption; the setting
     // itself is not marked as changed.
-    std::string caption = Upper(windows_.Caption(target));
+    std::string caption = UpperCase(windows_.Caption(target));
     if (cfg_.TargetAppTitle.empty() ||
-        caption.find(Upper(cfg_.TargetAppTitle)) == std::string::npos)
+        caption.find(UpperCase(cfg_.TargetAppTitle)) == std::string::npos)
         cfg_.TargetAppTitle = caption;
     return true;
 }

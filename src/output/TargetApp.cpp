@@ -6,12 +6,6 @@ namespace output {
 
 namespace {
 
-std::string Upper(std::string s) {
-    for (char& c : s)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return s;
-}
-
 std::string Trim(const std::string& s) {
     std::size_t b = s.find_first_not_of(" \t");
     if (b == std::string::npos)
@@ -21,14 +15,20 @@ std::string Trim(const std::string& s) {
 
 } // namespace
 
+std::string UpperCase(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return s;
+}
+
 Activation ActivateTargetApp(const std::string& title, WindowSystem& windows) {
     Activation result;
     if (title.empty())
         return result;
-    const std::string wanted = Upper(Trim(title));
+    const std::string wanted = UpperCase(Trim(title));
     std::vector<WindowId> all = windows.TopLevelWindows();
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (Upper(windows.Caption(all[i])).find(wanted) == std::string::npos)
+        if (UpperCase(windows.Caption(all[i])).find(wanted) == std::string::npos)
             continue;
         result.window = all[i];
         if (i == 0)

@@ -27,6 +27,10 @@ int UsKeyboard::VkKeyScan(unsigned char c) {
         if (c == static_cast<unsigned char>(k.shifted))
             return 0x100 | k.vk;
     }
+    return CommonVkKeyScan(c);
+}
+
+int CommonVkKeyScan(unsigned char c) {
     switch (c) {
     case ' ':
         return 32;

@@ -39,4 +39,7 @@ struct Activation {
 // minimised.
 Activation ActivateTargetApp(const std::string& title, WindowSystem& windows);
 
+// Captions and titles are compared upper-cased.
+std::string UpperCase(std::string text);
+
 } // namespace output

@@ -145,22 +145,8 @@ bool X11Keyboard::FindKey(unsigned long keysym, unsigned& keycode, int& level) {
 }
 
 int X11Keyboard::VkKeyScan(unsigned char c) {
-    switch (c) {
-    case '\r':
-        return 13;
-    case '\t':
-        return 9;
-    case '\b':
-        return 8;
-    case 27:
-        return 27;
-    case ' ':
-        return 32;
-    default:
-        break;
-    }
-    if (c >= 1 && c <= 26)
-        return 0x200 | (c + 64); // Ctrl+letter: only the Shift bit is honoured
+    if (int common = CommonVkKeyScan(c); common != -1)
+        return common;
     if (c < 0x20 || (c >= 0x7F && c < 0xA0))
         return -1;
     KeySym sym = c; // Latin-1 keysyms are the character codes

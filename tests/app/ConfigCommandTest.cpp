@@ -16,13 +16,6 @@ using testsupport::TempDir;
 
 namespace {
 
-std::string Slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 testsupport::RunResult Corvane(std::vector<std::string> args, const std::string& input = "") {
     args.insert(args.begin(), CORVANE_BINARY);
     return RunProgram(args, input);
@@ -61,14 +54,14 @@ TEST(ConfigCommand, DumpAndBuildAreInversesIncludingControlBytes) {
               128u + 2 * 128u); // 128..255 take two UTF-8 bytes
     EXPECT_EQ(j["BeepOnInput"], -1);
     // The file holds the accented letter as the single byte 0xE9.
-    EXPECT_NE(Slurp(file).find("A\xe9Z"), std::string::npos);
+    EXPECT_NE(testsupport::ReadFileBytes(file).find("A\xe9Z"), std::string::npos);
 
     // Dumped JSON builds the very same file again.
     fs::path again = dir.path / "again.json";
     std::ofstream(again) << dumped.out;
     fs::path file2 = dir.path / "out2.QX3";
     ASSERT_EQ(Corvane({"config", "build", again.string(), file2.string()}).exitCode, 0);
-    EXPECT_EQ(Slurp(file), Slurp(file2));
+    EXPECT_EQ(testsupport::ReadFileBytes(file), testsupport::ReadFileBytes(file2));
 }
 
 TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {

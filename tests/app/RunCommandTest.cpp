@@ -27,13 +27,6 @@ using testsupport::WaitFor;
 
 namespace {
 
-std::string ReadFile(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 void WriteFile(const fs::path& p, const std::string& text) {
     std::ofstream out(p, std::ios::binary);
     out << text;
@@ -103,7 +96,7 @@ TEST(RunCommand, VirtualDeviceLogsEveryRecordAndExitsAtEndOfInput) {
     auto result = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
                              "12.5\r\n13.0\r\n-0.25\r\n", 20s);
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(ReadFile(dir.path / "out.log"), "12.5\r\r\n13.0\r\r\n-0.25\r\r\n");
+    EXPECT_EQ(testsupport::ReadFileBytes(dir.path / "out.log"), "12.5\r\r\n13.0\r\r\n-0.25\r\r\n");
     // The acknowledgement goes back to the instrument once per record.
     EXPECT_EQ(result.out, "OK\rOK\rOK\r");
 }
@@ -126,7 +119,8 @@ TEST(RunCommand, PseudoTerminalBytesBecomeLogLinesAndTheAckComesBack) {
     pty.Write("  42.125 g\r\n");
     EXPECT_EQ(pty.ReadFor(5s, 3), "ACK");
     fs::path log = dir.path / "out.log";
-    EXPECT_TRUE(WaitFor(5s, [&] { return ReadFile(log) == "42.125 g\r\r\n"; })) << ReadFile(log);
+    EXPECT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "42.125 g\r\r\n"; }))
+        << testsupport::ReadFileBytes(log);
 
     // SIGTERM ends the runtime promptly and cleanly.
     auto start = std::chrono::steady_clock::now();
@@ -145,7 +139,8 @@ TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
         {CORVANE_BINARY, "run", "--headless", "--port", pty.link.string(), qx3.string()});
     fs::path log = dir.path / "out.log";
     pty.Write("1\r");
-    ASSERT_TRUE(WaitFor(5s, [&] { return ReadFile(log) == "1\r\r\n"; })) << ReadFile(log);
+    ASSERT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "1\r\r\n"; }))
+        << testsupport::ReadFileBytes(log);
 
     // Unplug: the master goes away, so the open slave hangs up.
     pty.Close();
@@ -156,8 +151,8 @@ TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
     ASSERT_TRUE(WaitFor(10s, [&] {
         pty.Write("2\r");
         std::this_thread::sleep_for(300ms);
-        return ReadFile(log).find("2\r\r\n") != std::string::npos;
-    })) << ReadFile(log);
+        return testsupport::ReadFileBytes(log).find("2\r\r\n") != std::string::npos;
+    })) << testsupport::ReadFileBytes(log);
     child.Signal(SIGTERM);
     EXPECT_TRUE(child.WaitExit(5s).has_value());
 }

@@ -27,13 +27,6 @@ using testsupport::WaitFor;
 
 namespace {
 
-std::string Slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 // A private X server on a free display number, gone with the fixture.
 class X11Typing : public ::testing::Test {
 protected:
@@ -66,10 +59,10 @@ protected:
         typed = dir.path / "typed.txt";
         recorder = std::make_unique<ChildProcess>(
             std::vector<std::string>{KEY_RECORDER, title, typed.string()});
-        ASSERT_TRUE(WaitFor(10s, [&] { return Slurp(typed) == "<ready>"; }));
+        ASSERT_TRUE(WaitFor(10s, [&] { return testsupport::ReadFileBytes(typed) == "<ready>"; }));
     }
     std::string Typed() const {
-        std::string s = Slurp(typed);
+        std::string s = testsupport::ReadFileBytes(typed);
         return s.substr(std::min<std::size_t>(7, s.size()));
     }
     testsupport::RunResult Keys(const std::string& text, const std::string& title) {

@@ -170,6 +170,10 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path, ec);
 }
 
+std::string ReadFileBytes(const std::filesystem::path& p) {
+    return Slurp(p);
+}
+
 bool WaitFor(std::chrono::milliseconds limit, const std::function<bool()>& pred) {
     auto deadline = std::chrono::steady_clock::now() + limit;
     while (true) {

@@ -49,6 +49,9 @@ struct TempDir {
     ~TempDir();
 };
 
+// The whole file as bytes; empty when it cannot be read.
+std::string ReadFileBytes(const std::filesystem::path& p);
+
 // Polls pred every 20 ms until it holds or the limit passes.
 bool WaitFor(std::chrono::milliseconds limit, const std::function<bool()>& pred);
 
