@@ -87,60 +87,6 @@ bool IsLogicalPair(const Value& a, const Value& b) {
 
 } // namespace
 
-void Evaluator::GetToken() {
-    TokenKind.clear();
-    TokenText.clear();
-    const std::string& s = ExprRest;
-    while (restPos_ < s.size() && IsBlank(s[restPos_]))
-        ++restPos_;
-    if (restPos_ >= s.size()) {
-        return; // end of the expression: both stay empty
-    }
-    char c = s[restPos_++];
-    char lc = Lower(c);
-    if (IsDigit(c) || c == '.') {
-        TokenKind = "num";
-        TokenText.push_back(c);
-        while (restPos_ < s.size() && (IsDigit(s[restPos_]) || s[restPos_] == '.'))
-            TokenText.push_back(s[restPos_++]);
-    } else if (IsLetter(c) || c == '_' || c == '&') {
-        TokenKind = "id";
-        TokenText.push_back(lc);
-        while (restPos_ < s.size() && (IsLetter(s[restPos_]) || IsDigit(s[restPos_]) ||
-                                       s[restPos_] == '&' || s[restPos_] == '_'))
-            TokenText.push_back(Lower(s[restPos_++]));
-        static const char* const keywords[] = {"and", "eqv", "imp", "mod",
-                                               "not", "or",  "xor", "&h"};
-        for (const char* k : keywords)
-            if (TokenText == k)
-                TokenKind = k;
-    } else if (c == '<' || c == '>') {
-        TokenKind = std::string(1, c);
-        if (restPos_ < s.size() && (s[restPos_] == '=' || s[restPos_] == '>'))
-            TokenKind.push_back(s[restPos_++]);
-    } else {
-        TokenKind = std::string(1, c);
-    }
-    if (TokenText.empty())
-        TokenText = TokenKind;
-}
-
-bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
-                                   const std::array<Value, 42>& fieldValue) {
-    ExprError = false;
-    ExprRest.assign(text);
-    restPos_ = 0;
-    depth_ = 0;
-    fields_ = &fieldValue;
-    GetToken();
-    Value result = ParseExpression(1);
-    if (!ExprError && !TokenKind.empty())
-        ExprError = true; // tokens left over
-    destination = std::move(result);
-    fields_ = nullptr;
-    return !ExprError;
-}
-
 namespace {
 
 struct OperatorRow {
@@ -157,6 +103,91 @@ constexpr OperatorRow OperatorTable[] = {
 
 } // namespace
 
+void Evaluator::GetToken() {
+    if (nextToken_ < tokens_.size()) {
+        const Token& t = tokens_[nextToken_++];
+        TokenKind = t.kind;
+        TokenText = t.text;
+        tokenOp_ = t.op;
+    } else {
+        TokenKind.clear();
+        TokenText.clear();
+        tokenOp_ = -1;
+    }
+}
+
+void Evaluator::ScanToken(std::string& kind, std::string& text) {
+    kind.clear();
+    text.clear();
+    const std::string& s = ExprRest;
+    while (restPos_ < s.size() && IsBlank(s[restPos_]))
+        ++restPos_;
+    if (restPos_ >= s.size()) {
+        return; // end of the expression: both stay empty
+    }
+    char c = s[restPos_++];
+    char lc = Lower(c);
+    if (IsDigit(c) || c == '.') {
+        kind = "num";
+        text.push_back(c);
+        while (restPos_ < s.size() && (IsDigit(s[restPos_]) || s[restPos_] == '.'))
+            text.push_back(s[restPos_++]);
+    } else if (IsLetter(c) || c == '_' || c == '&') {
+        kind = "id";
+        text.push_back(lc);
+        while (restPos_ < s.size() && (IsLetter(s[restPos_]) || IsDigit(s[restPos_]) ||
+                                       s[restPos_] == '&' || s[restPos_] == '_'))
+            text.push_back(Lower(s[restPos_++]));
+        static const char* const keywords[] = {"and", "eqv", "imp", "mod",
+                                               "not", "or",  "xor", "&h"};
+        for (const char* k : keywords)
+            if (text == k)
+                kind = k;
+    } else if (c == '<' || c == '>') {
+        kind = std::string(1, c);
+        if (restPos_ < s.size() && (s[restPos_] == '=' || s[restPos_] == '>'))
+            kind.push_back(s[restPos_++]);
+    } else {
+        kind = std::string(1, c);
+    }
+    if (text.empty())
+        text = kind;
+}
+
+bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
+                                   const std::array<Value, 42>& fieldValue) {
+    ExprError = false;
+    if (tokens_.empty() || tokenizedText_ != text) {
+        ExprRest.assign(text);
+        restPos_ = 0;
+        tokens_.clear();
+        while (true) {
+            Token t;
+            ScanToken(t.kind, t.text);
+            if (t.kind.empty())
+                break;
+            t.op = -1;
+            for (std::size_t r = 0; r < std::size(OperatorTable); ++r)
+                if (t.kind == OperatorTable[r].token) {
+                    t.op = static_cast<int>(r);
+                    break;
+                }
+            tokens_.push_back(std::move(t));
+        }
+        tokenizedText_.assign(text);
+    }
+    nextToken_ = 0;
+    depth_ = 0;
+    fields_ = &fieldValue;
+    GetToken();
+    Value result = ParseExpression(1);
+    if (!ExprError && !TokenKind.empty())
+        ExprError = true; // tokens left over
+    destination = std::move(result);
+    fields_ = nullptr;
+    return !ExprError;
+}
+
 Value Evaluator::ParseExpression(int level) {
     if (++depth_ > MaxDepth) {
         ExprError = true;
@@ -167,14 +198,11 @@ Value Evaluator::ParseExpression(int level) {
     try {
         value = ParseOperand();
         while (!ExprError) {
-            const OperatorRow* row = nullptr;
-            for (const auto& r : OperatorTable)
-                if (r.level >= level && TokenKind == r.token) {
-                    row = &r;
-                    break;
-                }
-            if (!row)
+            // Tokens that name the same operator share its row; only its
+            // level decides whether it applies here.
+            if (tokenOp_ < 0 || OperatorTable[tokenOp_].level < level)
                 break;
+            const OperatorRow* row = &OperatorTable[tokenOp_];
             GetToken();
             Value right = ParseExpression(row->rightLevel);
             if (ExprError)

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace engine {
 
@@ -43,9 +44,23 @@ private:
     Value ApplyFunction(const std::string& name, const Value& x);
     Value Combine(const std::string& op, const Value& a, const Value& b);
 
+    // Reads one token from ExprRest at restPos_ (the tokenizer proper).
+    void ScanToken(std::string& kind, std::string& text);
+
+    struct Token {
+        std::string kind, text;
+        int op; // row of the operator table, -1 for none
+    };
+
     const Locale& locale_;
     const std::array<Value, 42>* fields_ = nullptr;
     std::size_t restPos_ = 0; // ExprRest is consumed by advancing this index
+    // A field's expression runs record after record: its tokens are read once
+    // and kept for the last expression evaluated.
+    std::string tokenizedText_;
+    std::vector<Token> tokens_;
+    std::size_t nextToken_ = 0;
+    int tokenOp_ = -1;
     int depth_ = 0;
     // rnd: a 24-bit linear congruential generator, as single-precision
     // numbers need no more.

@@ -4,6 +4,7 @@
 #include "engine/FormatParts.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -31,7 +32,8 @@ void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& f
     if (v == 0 || !std::isfinite(v))
         return;
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%.14e", v);
+    auto end = std::to_chars(buf, buf + sizeof buf - 1, v, std::chars_format::scientific, 14).ptr;
+    *end = '\0';
     std::string mantissa;
     for (const char* p = buf; *p && *p != 'e'; ++p)
         if (std::isdigit(static_cast<unsigned char>(*p)))

@@ -1,5 +1,6 @@
 #include "engine/Value.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -68,21 +69,29 @@ double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* 
     std::size_t i = 0;
     while (i < text.size() && (text[i] == ' ' || text[i] == '\t'))
         ++i;
-    std::string digits;
+    // The number is copied with "." as its separator; digits beyond what a
+    // double can tell apart do not change its value, so a bounded copy is enough.
+    char digits[72];
+    std::size_t n = 0;
     if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
         if (text[i] == '-')
-            digits += '-';
+            digits[n++] = '-';
         ++i;
     }
     bool sawDigit = false, sawPoint = false;
+    int exponentShift = 0; // integer digits dropped beyond the copy
     for (; i < text.size(); ++i) {
         char c = text[i];
         if (c >= '0' && c <= '9') {
-            digits += c;
             sawDigit = true;
+            if (n < sizeof digits - 1)
+                digits[n++] = c;
+            else if (!sawPoint)
+                ++exponentShift;
         } else if (c == decimalSeparator && !sawPoint) {
-            digits += '.';
             sawPoint = true;
+            if (n < sizeof digits - 1)
+                digits[n++] = '.';
         } else {
             break;
         }
@@ -91,7 +100,9 @@ double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* 
         *consumed = sawDigit ? i : 0;
     if (!sawDigit)
         return 0.0;
-    return std::strtod(digits.c_str(), nullptr);
+    double v = 0;
+    std::from_chars(digits, digits + n, v);
+    return exponentShift ? v * std::pow(10.0, exponentShift) : v;
 }
 
 namespace {
