@@ -120,6 +120,7 @@ void HeadlessRuntime::StartKeystrokes() {
     sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
     keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg_, *windows_, *sender_, messages_,
                                                               clock_, pump);
+    keystrokes_->closing = [this] { return exiting_; };
     dispatch_->keystrokes = keystrokes_.get();
 }
 

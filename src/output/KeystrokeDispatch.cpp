@@ -20,9 +20,13 @@ bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
     }
     // Wait for the program's window to come to the front, then one more
     // second on the clock so that it is ready for keys.
-    while (windows_.ForegroundWindow() == before)
+    // The wait has no time limit: a program may take long to start.
+    while (windows_.ForegroundWindow() == before) {
+        if (closing && closing())
+            return false;
         if (pump_)
             pump_();
+    }
     auto secondOfDay = [this] {
         engine::DateTime t = clock_.Now();
         return t.Hour * 3600 + t.Minute * 60 + t.Second;

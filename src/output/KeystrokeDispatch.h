@@ -24,6 +24,8 @@ public:
 
     // The runtime's own window; nothing is typed while it is in front.
     WindowId ownWindow = 0;
+    // True once the runtime is closing: a wait for a started program ends.
+    std::function<bool()> closing;
 
 private:
     bool Launch(WindowId& target, WindowId& returnWindow);

@@ -141,3 +141,56 @@ TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
     EXPECT_TRUE(runtime.WaitExit(5s).has_value());
     close(master);
 }
+
+TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
+    typed = dir.path / "launched.txt";
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Launched";
+    cfg["TargetAppCommand"] =
+        std::string(KEY_RECORDER) + " \"Launched Recorder\" " + typed.string();
+    cfg["InterCharDelay"] = 0;
+    cfg["StartOfRecordEvent"] = 1;
+    std::ofstream(dir.path / "launch.json") << cfg.dump();
+    fs::path qx3 = dir.path / "launch.QX3";
+    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "launch.json").string(),
+                          qx3.string()})
+                  .exitCode,
+              0);
+    int master = -1, slave = -1;
+    char name[256];
+    termios raw{};
+    cfmakeraw(&raw);
+    ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
+    close(slave);
+    ChildProcess runtime({CORVANE_BINARY, "run", "--headless", "--port", name, qx3.string()});
+    ASSERT_EQ(write(master, "one\r", 4), 4);
+    EXPECT_TRUE(WaitFor(15s, [&] { return Typed() == "one\n"; })) << Typed() << "\n"
+                                                                  << runtime.Stderr();
+    // The second record finds the started window by its caption: no second start.
+    ASSERT_EQ(write(master, "two\r", 4), 4);
+    EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == "one\ntwo\n"; })) << Typed();
+    EXPECT_EQ(testsupport::ReadFileBytes(typed).rfind("<ready>"), 0u);
+    runtime.Signal(SIGTERM);
+    EXPECT_TRUE(runtime.WaitExit(5s).has_value());
+    close(master);
+    // The started recorder ends with its X server.
+}
+
+TEST_F(X11Typing, ACommandThatCannotStartIsReported) {
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Nothing Like This";
+    cfg["TargetAppCommand"] = "/nonexistent/program --flag";
+    std::ofstream(dir.path / "bad.json") << cfg.dump();
+    fs::path qx3 = dir.path / "bad.QX3";
+    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "bad.json").string(),
+                          qx3.string()})
+                  .exitCode,
+              0);
+    auto r =
+        RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()}, "x\r", 20s);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.err.find("Cannot Run Program: /nonexistent/program --flag"), std::string::npos)
+        << r.err;
+}
