@@ -132,9 +132,9 @@ TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
     // Every special entry of the default translation table, upper case and
     // shifted characters; the carriage return ends the record and is typed
     // as Enter, the line feed is dropped.
-    const std::string record = "Ab+%()[]{}~^ 7\r\n";
+    const std::string record = "Ab+%()[]{}~^ 7\t\xa0x\x08\x7f\x01\r\n";
     ASSERT_EQ(write(master, record.data(), record.size()), static_cast<ssize_t>(record.size()));
-    const std::string expected = "Ab+%()[]{}~^ 7\n\tx\n";
+    const std::string expected = "Ab+%()[]{}~^ 7\t x<BS><DEL>\n\tx\n";
     EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == expected; })) << Typed() << "\n"
                                                                    << runtime.Stderr();
     runtime.Signal(SIGTERM);

@@ -1,6 +1,6 @@
 // A small X client for the keystroke tests: a window with the given title
 // that appends every character it receives to a file ("\n" for Return,
-// "\t" for Tab). It writes "<ready>" once its window is mapped.
+// "\t" for Tab, "<BS>" and "<DEL>" for those keys). It writes "<ready>" once its window is mapped.
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -37,6 +37,10 @@ int main(int argc, char** argv) {
                 std::fputc('\n', out);
             else if (sym == XK_Tab)
                 std::fputc('\t', out);
+            else if (sym == XK_BackSpace)
+                std::fputs("<BS>", out);
+            else if (sym == XK_Delete)
+                std::fputs("<DEL>", out);
             else if (n > 0 && static_cast<unsigned char>(text[0]) >= 32)
                 std::fwrite(text, 1, static_cast<std::size_t>(n), out);
             std::fflush(out);

@@ -1,0 +1,149 @@
+// Characters per second typed into a real X client (a private Xvfb and the
+// recording client of the tests), with InterCharDelay 0 and 1, checking that
+// nothing is lost or reordered; beside `xdotool type --delay 0` on the same
+// text in the same run.
+
+#include "engine/PosixClock.h"
+#include "output/KeySender.h"
+#include "output/X11Keyboard.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace {
+
+pid_t Spawn(std::vector<std::string> argv) {
+    pid_t pid = fork();
+    if (pid == 0) {
+        std::vector<char*> args;
+        for (auto& a : argv)
+            args.push_back(a.data());
+        args.push_back(nullptr);
+        execvp(args[0], args.data());
+        _exit(127);
+    }
+    return pid;
+}
+
+std::string Slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+bool WaitUntil(const std::function<bool()>& pred, std::chrono::seconds limit) {
+    auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+// A private X server with one recording client.
+struct Session {
+    pid_t xvfb = -1, recorder = -1;
+    fs::path file;
+    bool ok = false;
+
+    Session() {
+        const std::string display = ":" + std::to_string(150 + getpid() % 40);
+        xvfb = Spawn({"Xvfb", display, "-nolisten", "tcp"});
+        setenv("DISPLAY", display.c_str(), 1);
+        if (!WaitUntil([&] { return fs::exists("/tmp/.X11-unix/X" + display.substr(1)); }, 10s))
+            return;
+        char tmpl[] = "/tmp/corvane-keys-XXXXXX";
+        file = fs::path(mkdtemp(tmpl)) / "typed.txt";
+        recorder = Spawn({KEY_RECORDER, "Bench Recorder", file.string()});
+        ok = WaitUntil([&] { return Slurp(file) == "<ready>"; }, 10s);
+    }
+    ~Session() {
+        for (pid_t p : {recorder, xvfb})
+            if (p > 0) {
+                kill(p, SIGTERM);
+                int status;
+                waitpid(p, &status, 0);
+            }
+        fs::remove_all(file.parent_path());
+    }
+    std::string Typed() const { return Slurp(file).substr(7); }
+    void Clear() const { std::ofstream(file, std::ios::trunc) << "<ready>"; }
+};
+
+std::string Text(std::size_t n) {
+    const std::string alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    std::string s;
+    for (std::size_t i = 0; i < n; ++i)
+        s += alphabet[(i * 7) % alphabet.size()];
+    return s;
+}
+
+void Report(benchmark::State& st, const Session& session, const std::string& text, double seconds) {
+    bool exact = WaitUntil([&] { return session.Typed() == text; }, 30s);
+    st.counters["chars/s"] = static_cast<double>(text.size()) / seconds;
+    st.counters["lost or reordered"] = exact ? 0 : 1;
+}
+
+void CorvaneTyping(benchmark::State& st) {
+    Session session;
+    if (!session.ok) {
+        st.SkipWithError("no Xvfb");
+        return;
+    }
+    auto keyboard = output::X11Keyboard::Open();
+    engine::PosixClock clock;
+    output::KeySender sender(*keyboard, clock, nullptr);
+    const std::string text = Text(static_cast<std::size_t>(st.range(1)));
+    for (auto _ : st) {
+        session.Clear();
+        auto start = std::chrono::steady_clock::now();
+        sender.SimSendKeys(text, st.range(0));
+        bool done = WaitUntil([&] { return session.Typed().size() >= text.size(); }, 30s);
+        double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (!done)
+            st.SkipWithError("text did not arrive");
+        Report(st, session, text, seconds);
+    }
+}
+
+void XdotoolTyping(benchmark::State& st) {
+    Session session;
+    if (!session.ok) {
+        st.SkipWithError("no Xvfb");
+        return;
+    }
+    const std::string text = Text(static_cast<std::size_t>(st.range(0)));
+    for (auto _ : st) {
+        session.Clear();
+        auto start = std::chrono::steady_clock::now();
+        pid_t p = Spawn({"xdotool", "type", "--delay", "0", text});
+        int status;
+        waitpid(p, &status, 0);
+        WaitUntil([&] { return session.Typed().size() >= text.size(); }, 30s);
+        double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        Report(st, session, text, seconds);
+    }
+}
+
+} // namespace
+
+BENCHMARK(CorvaneTyping)->Args({0, 2000})->Args({1, 500})->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK(XdotoolTyping)->Arg(2000)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK_MAIN();
