@@ -68,8 +68,8 @@ public:
     // Parses and types text. Returns 0 or the parser's code; on a code nothing
     // is typed. X11 keeps no keyboard state per program that keys held in our
     // own windows could leak through, so of the keyboard state only Caps Lock
-    // is saved, turned off for the send and turned on again. A send started from an event pumped during another send is
-    // parsed at once but typed after the one in progress.
+    // is saved, turned off for the send and turned on again. A send started from an event pumped
+    // during another send is parsed at once but typed after the one in progress.
     int SimSendKeys(std::string_view text, long interCharDelay);
 
 private:

@@ -33,8 +33,11 @@ Activation ActivateTargetApp(const std::string& title, WindowSystem& windows) {
         result.window = all[i];
         if (i == 0)
             return result; // already in front
+        // Asked before activating: a window manager restores a minimised
+        // window as it activates it.
+        const bool iconic = windows.IsIconic(all[i]);
         if (windows.Activate(all[i])) {
-            if (windows.IsIconic(all[i])) {
+            if (iconic) {
                 windows.Restore(all[i]);
                 result.TargetWasIconic = true;
             } else {

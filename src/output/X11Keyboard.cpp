@@ -189,6 +189,26 @@ unsigned X11Keyboard::KeycodeForVk(int vk, bool& level3) {
     return XKeysymToKeycode(dpy_, sym);
 }
 
+int X11Keyboard::VirtualKeyFor(unsigned keycode) {
+    for (const auto& [vk, key] : byVk_)
+        if (key.first == keycode && !key.second)
+            return vk;
+    XkbStateRec state;
+    XkbGetState(dpy_, XkbUseCoreKbd, &state);
+    KeySym sym = XkbKeycodeToKeysym(dpy_, static_cast<KeyCode>(keycode), state.group, 0);
+    if (sym == NoSymbol)
+        return 0;
+    if (sym >= XK_a && sym <= XK_z)
+        return static_cast<int>('A' + (sym - XK_a));
+    for (int vk = 1; vk < 256; ++vk)
+        if (NamedKeysym(vk) == sym)
+            return vk;
+    // A character key without a code of its own gets one, as VkKeyScan would.
+    if (sym >= 0x20 && sym <= 0xFF)
+        return VkKeyScan(static_cast<unsigned char>(sym)) & 0xFF;
+    return 0;
+}
+
 void X11Keyboard::KeyEvent(int vk, bool release) {
     bool level3 = false;
     unsigned keycode = KeycodeForVk(vk, level3);

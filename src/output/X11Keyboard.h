@@ -28,6 +28,14 @@ public:
 
     Display* display() const { return dpy_; }
 
+    // The virtual key of an X keycode (what its unshifted level types), or 0.
+    int VirtualKeyFor(unsigned keycode);
+    // The X keycode that a virtual key presses, or 0.
+    unsigned KeycodeFor(int vk) {
+        bool level3 = false;
+        return KeycodeForVk(vk, level3);
+    }
+
 private:
     explicit X11Keyboard(Display* dpy) : dpy_(dpy) {}
     // The keycode and shift level (0..3) of keysym in the current group.

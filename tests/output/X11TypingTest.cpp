@@ -1,5 +1,6 @@
 // Typing into a real X client under a private Xvfb.
 
+#include "output/X11Keyboard.h"
 #include "support/ProcessRunner.h"
 
 #include <gtest/gtest.h>
@@ -193,4 +194,16 @@ TEST_F(X11Typing, ACommandThatCannotStartIsReported) {
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.err.find("Cannot Run Program: /nonexistent/program --flag"), std::string::npos)
         << r.err;
+}
+
+TEST_F(X11Typing, VirtualKeysMapToKeycodesAndBack) {
+    auto keyboard = output::X11Keyboard::Open();
+    ASSERT_TRUE(keyboard);
+    for (int vk : {65, 90, 48, 57, 9, 13, 27, 32, 37, 46, 112, 123, 16, 17, 18}) {
+        unsigned keycode = keyboard->KeycodeFor(vk);
+        ASSERT_NE(keycode, 0u) << vk;
+        EXPECT_EQ(keyboard->VirtualKeyFor(keycode), vk) << vk;
+    }
+    int at = keyboard->VkKeyScan('@') & 0xFF;
+    EXPECT_EQ(keyboard->VirtualKeyFor(keyboard->KeycodeFor(at)), at);
 }

@@ -1,0 +1,115 @@
+#include "output/KeystrokeDispatch.h"
+
+#include <gtest/gtest.h>
+
+using namespace output;
+
+namespace {
+
+// Windows in stacking order; activation brings a window to the top and, as a
+// window manager does, restores it when it was minimised.
+class FakeWindows : public WindowSystem {
+public:
+    struct Win {
+        WindowId id;
+        std::string caption;
+        bool iconic = false;
+    };
+    std::vector<Win> stack; // top first
+    std::vector<std::string> calls;
+
+    std::vector<WindowId> TopLevelWindows() override {
+        std::vector<WindowId> ids;
+        for (const auto& w : stack)
+            ids.push_back(w.id);
+        return ids;
+    }
+    std::string Caption(WindowId w) override { return Find(w).caption; }
+    WindowId ForegroundWindow() override { return stack.empty() ? 0 : stack.front().id; }
+    bool Activate(WindowId w) override {
+        calls.push_back("activate " + std::to_string(w));
+        for (std::size_t i = 0; i < stack.size(); ++i)
+            if (stack[i].id == w) {
+                Win win = stack[i];
+                win.iconic = false;
+                stack.erase(stack.begin() + static_cast<long>(i));
+                stack.insert(stack.begin(), win);
+            }
+        return true;
+    }
+    bool IsIconic(WindowId w) override { return Find(w).iconic; }
+    void Restore(WindowId w) override { calls.push_back("restore " + std::to_string(w)); }
+    void Show(WindowId w) override { calls.push_back("show " + std::to_string(w)); }
+    void Minimize(WindowId w) override {
+        calls.push_back("minimize " + std::to_string(w));
+        Find(w).iconic = true;
+    }
+    std::string StartProgram(const std::string& command) override {
+        calls.push_back("start " + command);
+        return "No such file or directory";
+    }
+
+private:
+    Win& Find(WindowId w) {
+        for (auto& win : stack)
+            if (win.id == w)
+                return win;
+        static Win none{0, "", false};
+        return none;
+    }
+};
+
+} // namespace
+
+TEST(TargetApplication, SearchesCaptionsUpperCasedAndLeavesTheFrontWindowAlone) {
+    FakeWindows windows;
+    windows.stack = {{1, "Terminal"}, {2, "Lab Data - Sheet"}, {3, "lab data - other"}};
+    EXPECT_EQ(ActivateTargetApp("  lab DATA ", windows).window, 2u);
+    EXPECT_EQ(windows.calls, (std::vector<std::string>{"activate 2", "show 2"}));
+    windows.calls.clear();
+    EXPECT_EQ(ActivateTargetApp("lab data", windows).window, 2u); // now in front: left alone
+    EXPECT_TRUE(windows.calls.empty());
+    EXPECT_EQ(ActivateTargetApp("missing", windows).window, 0u);
+    EXPECT_EQ(ActivateTargetApp("", windows).window, 0u);
+}
+
+TEST(TargetApplication, AMinimisedTargetIsRestoredTypedIntoAndMinimisedAgain) {
+    FakeWindows windows;
+    windows.stack = {{1, "Terminal"}, {2, "Balance Log", true}};
+    config::Config cfg;
+    cfg.TargetAppTitle = "balance";
+    cfg.InterCharDelay = 0;
+    UsKeyboard keyboard;
+    engine::ManualClock clock;
+    KeySender sender(keyboard, clock, nullptr);
+    config::RecordingMessageSink messages;
+    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, nullptr);
+    dispatch.DeliverRecord([] { return std::string("1"); });
+    EXPECT_EQ(windows.calls,
+              (std::vector<std::string>{"activate 2", "restore 2", "minimize 2", "activate 1"}));
+    EXPECT_EQ(keyboard.events.size(), 2u);
+}
+
+TEST(TargetApplication, AProgramThatCannotStartIsReportedAndNothingIsTyped) {
+    FakeWindows windows;
+    windows.stack = {{1, "Terminal"}};
+    config::Config cfg;
+    cfg.TargetAppTitle = "Editor";
+    cfg.TargetAppCommand = "editor --new";
+    UsKeyboard keyboard;
+    engine::ManualClock clock;
+    KeySender sender(keyboard, clock, nullptr);
+    config::RecordingMessageSink messages;
+    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, nullptr);
+    bool built = false;
+    dispatch.DeliverRecord([&] {
+        built = true;
+        return std::string("x");
+    });
+    EXPECT_TRUE(built); // the fields are emptied all the same
+    EXPECT_TRUE(keyboard.events.empty());
+    ASSERT_EQ(messages.shown.size(), 1u);
+    EXPECT_EQ(messages.shown[0].text,
+              "Cannot Run Program: editor --new\rNo such file or directory");
+    EXPECT_EQ(messages.shown[0].icon, config::MessageIcon::Exclamation);
+}
