@@ -34,14 +34,20 @@ protected:
     void SetUp() override {
         if (access("/usr/bin/Xvfb", X_OK) != 0)
             GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
-        for (int n = 90 + static_cast<int>(getpid() % 50); n < 200; ++n) {
+        // Tests run in parallel: a server that lost the race for a display
+        // number exits at once, and the next number is tried.
+        for (int n = 100 + static_cast<int>(getpid() % 400); n < 600; ++n) {
             if (fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) ||
                 fs::exists("/tmp/.X" + std::to_string(n) + "-lock"))
                 continue;
             display = ":" + std::to_string(n);
             xvfb = std::make_unique<ChildProcess>(
                 std::vector<std::string>{"/usr/bin/Xvfb", display, "-nolisten", "tcp"});
-            if (WaitFor(10s, [&] { return fs::exists("/tmp/.X11-unix/X" + std::to_string(n)); }))
+            bool up = WaitFor(10s, [&] {
+                return fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) ||
+                       xvfb->WaitExit(0ms).has_value();
+            });
+            if (up && !xvfb->WaitExit(300ms).has_value())
                 break;
             xvfb.reset();
         }
