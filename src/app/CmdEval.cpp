@@ -17,15 +17,15 @@ int CmdEval(const Args& args) {
     std::array<engine::Value, 42> fields{};
     for (std::size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--field" && i + 1 < args.size()) {
-            const std::string& spec = args[++i];
-            std::size_t eq = spec.find('=');
+            const std::string& assignment = args[++i];
+            std::size_t eq = assignment.find('=');
             char* end = nullptr;
-            long n = eq == std::string::npos ? -1 : std::strtol(spec.c_str(), &end, 10);
-            if (eq == std::string::npos || end != spec.c_str() + eq || n < 0 || n > 41) {
+            long n = eq == std::string::npos ? -1 : std::strtol(assignment.c_str(), &end, 10);
+            if (eq == std::string::npos || end != assignment.c_str() + eq || n < 0 || n > 41) {
                 std::cerr << "corvane eval: --field takes N=TEXT with N from 0 to 41\n";
                 return 2;
             }
-            fields[static_cast<std::size_t>(n)] = engine::Value::Text(spec.substr(eq + 1));
+            fields[static_cast<std::size_t>(n)] = engine::Value::Text(assignment.substr(eq + 1));
         } else if (args[i] == "--format" && i + 1 < args.size()) {
             format = args[++i];
         } else if (!expression) {
