@@ -2,19 +2,17 @@
 // virtual device (standard input and output) and on real pseudo-terminals.
 
 #include "support/ProcessRunner.h"
+#include "support/PseudoTerminal.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <pty.h>
 #include <sstream>
 #include <string>
-#include <termios.h>
 #include <thread>
 #include <unistd.h>
 
@@ -27,64 +25,27 @@ using testsupport::WaitFor;
 
 namespace {
 
-void WriteFile(const fs::path& p, const std::string& text) {
-    std::ofstream out(p, std::ios::binary);
-    out << text;
-}
-
-// A log-mode configuration: single numeric field ending at CR, the given
-// acknowledgement, the log in dir.
+// A log-mode configuration: single numeric field ending at CR, the log in dir.
 fs::path MakeLogConfig(const TempDir& dir, const std::string& extraJson = "") {
-    fs::path json = dir.path / "cfg.json";
-    fs::path qx3 = dir.path / "test.QX3";
-    WriteFile(json, R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
-                        (dir.path / "out.log").string() + "\"" + extraJson + "}");
-    auto result = RunProgram({CORVANE_BINARY, "config", "build", json.string(), qx3.string()});
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    return qx3;
+    return testsupport::BuildConfigFile(
+        dir, "test",
+        R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
+            (dir.path / "out.log").string() + "\"" + extraJson + "}");
 }
 
 // A pseudo-terminal whose slave is reached through a symlink, as a USB
-// adapter is through /dev/serial/by-id.
-struct LinkedPty {
-    int master = -1;
+// adapter is through /dev/serial/by-id; reopening it repoints the link.
+struct LinkedPty : testsupport::PseudoTerminal {
     fs::path link;
 
-    explicit LinkedPty(fs::path linkPath) : link(std::move(linkPath)) { Open(); }
-    ~LinkedPty() { Close(); }
-    void Open() {
-        int slave = -1;
-        char name[256];
-        termios raw{};
-        cfmakeraw(&raw);
-        ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
-        ::close(slave); // the program opens the slave itself
+    explicit LinkedPty(fs::path linkPath) : link(std::move(linkPath)) { Relink(); }
+    void Reopen() {
+        Open();
+        Relink();
+    }
+    void Relink() {
         fs::remove(link);
-        fs::create_symlink(name, link);
-    }
-    void Close() {
-        if (master >= 0)
-            ::close(master);
-        master = -1;
-    }
-    void Write(const std::string& s) const {
-        ASSERT_EQ(::write(master, s.data(), s.size()), static_cast<ssize_t>(s.size()));
-    }
-    // Reads what arrived at the master end within the bounded wait.
-    std::string ReadFor(std::chrono::milliseconds limit, std::size_t want) const {
-        std::string got;
-        int flags = fcntl(master, F_GETFL);
-        fcntl(master, F_SETFL, flags | O_NONBLOCK);
-        auto deadline = std::chrono::steady_clock::now() + limit;
-        while (got.size() < want && std::chrono::steady_clock::now() < deadline) {
-            char buf[256];
-            ssize_t n = ::read(master, buf, sizeof buf);
-            if (n > 0)
-                got.append(buf, static_cast<std::size_t>(n));
-            else
-                std::this_thread::sleep_for(10ms);
-        }
-        return got;
+        fs::create_symlink(slaveName(), link);
     }
 };
 
@@ -116,7 +77,7 @@ TEST(RunCommand, PseudoTerminalBytesBecomeLogLinesAndTheAckComesBack) {
     LinkedPty pty(dir.path / "ttyLINK");
     ChildProcess child(
         {CORVANE_BINARY, "run", "--headless", "--port", pty.link.string(), qx3.string()});
-    pty.Write("  42.125 g\r\n");
+    ASSERT_TRUE(pty.Write("  42.125 g\r\n"));
     EXPECT_EQ(pty.ReadFor(5s, 3), "ACK");
     fs::path log = dir.path / "out.log";
     EXPECT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "42.125 g\r\r\n"; }))
@@ -138,7 +99,7 @@ TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
     ChildProcess child(
         {CORVANE_BINARY, "run", "--headless", "--port", pty.link.string(), qx3.string()});
     fs::path log = dir.path / "out.log";
-    pty.Write("1\r");
+    ASSERT_TRUE(pty.Write("1\r"));
     ASSERT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "1\r\r\n"; }))
         << testsupport::ReadFileBytes(log);
 
@@ -146,7 +107,7 @@ TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
     pty.Close();
     ASSERT_TRUE(WaitFor(5s, [&] { return !child.Stderr().empty(); }))
         << "the loss of the device was not reported";
-    pty.Open();
+    pty.Reopen();
     // The program reopens the same path at most once a second.
     ASSERT_TRUE(WaitFor(10s, [&] {
         pty.Write("2\r");

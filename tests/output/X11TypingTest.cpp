@@ -2,12 +2,10 @@
 
 #include "output/X11Keyboard.h"
 #include "support/ProcessRunner.h"
+#include "support/PseudoTerminal.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <pty.h>
-#include <termios.h>
 
 #include <chrono>
 #include <csignal>
@@ -123,30 +121,20 @@ TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
     std::vector<std::string> postambles(41, "");
     postambles[1] = "{TAB}x~";
     cfg["FieldPostamble"] = postambles;
-    std::ofstream(dir.path / "keys.json") << cfg.dump();
-    fs::path qx3 = dir.path / "keys.QX3";
-    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "keys.json").string(),
-                          qx3.string()})
-                  .exitCode,
-              0);
-    int master = -1, slave = -1;
-    char name[256];
-    termios raw{};
-    cfmakeraw(&raw);
-    ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
-    close(slave);
-    ChildProcess runtime({CORVANE_BINARY, "run", "--headless", "--port", name, qx3.string()});
+    fs::path qx3 = testsupport::BuildConfigFile(dir, "keys", cfg.dump());
+    testsupport::PseudoTerminal pty;
+    ChildProcess runtime(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
     // Every special entry of the default translation table, upper case and
     // shifted characters; the carriage return ends the record and is typed
     // as Enter, the line feed is dropped.
     const std::string record = "Ab+%()[]{}~^ 7\t\xa0x\x08\x7f\x01\r\n";
-    ASSERT_EQ(write(master, record.data(), record.size()), static_cast<ssize_t>(record.size()));
+    ASSERT_TRUE(pty.Write(record));
     const std::string expected = "Ab+%()[]{}~^ 7\t x<BS><DEL>\n\tx\n";
     EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == expected; })) << Typed() << "\n"
                                                                    << runtime.Stderr();
     runtime.Signal(SIGTERM);
     EXPECT_TRUE(runtime.WaitExit(5s).has_value());
-    close(master);
 }
 
 TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
@@ -158,29 +146,19 @@ TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
         std::string(KEY_RECORDER) + " \"Launched Recorder\" " + typed.string();
     cfg["InterCharDelay"] = 0;
     cfg["StartOfRecordEvent"] = 1;
-    std::ofstream(dir.path / "launch.json") << cfg.dump();
-    fs::path qx3 = dir.path / "launch.QX3";
-    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "launch.json").string(),
-                          qx3.string()})
-                  .exitCode,
-              0);
-    int master = -1, slave = -1;
-    char name[256];
-    termios raw{};
-    cfmakeraw(&raw);
-    ASSERT_EQ(openpty(&master, &slave, name, &raw, nullptr), 0);
-    close(slave);
-    ChildProcess runtime({CORVANE_BINARY, "run", "--headless", "--port", name, qx3.string()});
-    ASSERT_EQ(write(master, "one\r", 4), 4);
+    fs::path qx3 = testsupport::BuildConfigFile(dir, "launch", cfg.dump());
+    testsupport::PseudoTerminal pty;
+    ChildProcess runtime(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    ASSERT_TRUE(pty.Write("one\r"));
     EXPECT_TRUE(WaitFor(15s, [&] { return Typed() == "one\n"; })) << Typed() << "\n"
                                                                   << runtime.Stderr();
     // The second record finds the started window by its caption: no second start.
-    ASSERT_EQ(write(master, "two\r", 4), 4);
+    ASSERT_TRUE(pty.Write("two\r"));
     EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == "one\ntwo\n"; })) << Typed();
     EXPECT_EQ(testsupport::ReadFileBytes(typed).rfind("<ready>"), 0u);
     runtime.Signal(SIGTERM);
     EXPECT_TRUE(runtime.WaitExit(5s).has_value());
-    close(master);
     // The started recorder ends with its X server.
 }
 
@@ -189,12 +167,7 @@ TEST_F(X11Typing, ACommandThatCannotStartIsReported) {
     cfg["TransferMode"] = 0;
     cfg["TargetAppTitle"] = "Nothing Like This";
     cfg["TargetAppCommand"] = "/nonexistent/program --flag";
-    std::ofstream(dir.path / "bad.json") << cfg.dump();
-    fs::path qx3 = dir.path / "bad.QX3";
-    ASSERT_EQ(RunProgram({CORVANE_BINARY, "config", "build", (dir.path / "bad.json").string(),
-                          qx3.string()})
-                  .exitCode,
-              0);
+    fs::path qx3 = testsupport::BuildConfigFile(dir, "bad", cfg.dump());
     auto r =
         RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()}, "x\r", 20s);
     EXPECT_EQ(r.exitCode, 0) << r.err;

@@ -4,13 +4,11 @@
 #include "serial/PosixPort.h"
 #include "serial/ReconnectingPort.h"
 #include "serial/VirtualPort.h"
+#include "support/PseudoTerminal.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <fcntl.h>
-#include <pty.h>
-#include <termios.h>
 #include <thread>
 #include <unistd.h>
 
@@ -137,34 +135,6 @@ TEST(Reconnection, LossIsReportedOnceAndTheDeviceIsTriedOnceASecond) {
 
 namespace {
 
-struct Pty {
-    int master = -1;
-    std::string slave;
-    Pty() {
-        int s = -1;
-        char name[256];
-        termios raw{};
-        cfmakeraw(&raw);
-        EXPECT_EQ(openpty(&master, &s, name, &raw, nullptr), 0);
-        ::close(s);
-        slave = name;
-        fcntl(master, F_SETFL, O_NONBLOCK);
-    }
-    ~Pty() { ::close(master); }
-    std::string ReadAll(std::size_t want) const {
-        std::string got;
-        for (int i = 0; i < 200 && got.size() < want; ++i) {
-            char buf[256];
-            ssize_t n = ::read(master, buf, sizeof buf);
-            if (n > 0)
-                got.append(buf, static_cast<std::size_t>(n));
-            else
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return got;
-    }
-};
-
 std::string ReadPort(Port& port, std::size_t want) {
     std::string got;
     for (int i = 0; i < 200 && got.size() < want; ++i) {
@@ -180,32 +150,32 @@ std::string ReadPort(Port& port, std::size_t want) {
 } // namespace
 
 TEST(PosixPort, BytesFlowBothWaysOnAPseudoTerminal) {
-    Pty pty;
+    testsupport::PseudoTerminal pty;
     config::Config cfg;
     cfg.BaudRate = 12; // 128000: no B constant, set through termios2
     config::RecordingMessageSink messages;
     engine::PosixClock clock;
-    auto port = OpenPosixPort(cfg, pty.slave, messages, clock);
+    auto port = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
     ASSERT_TRUE(port) << (messages.shown.empty() ? "" : messages.shown[0].text);
-    ASSERT_EQ(::write(pty.master, "hello\0\xff", 7), 7);
+    ASSERT_EQ(::write(pty.master(), "hello\0\xff", 7), 7);
     EXPECT_EQ(ReadPort(*port, 7), std::string("hello\0\xff", 7));
     std::string pending = "ACK\r";
     port->FlushPendingOutput(pending);
     EXPECT_EQ(pending, "");
-    EXPECT_EQ(pty.ReadAll(4), "ACK\r");
+    EXPECT_EQ(pty.ReadFor(std::chrono::seconds(2), 4), "ACK\r");
 
     // A second open of the same device is refused with the user's message.
-    auto second = OpenPosixPort(cfg, pty.slave, messages, clock);
+    auto second = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
     EXPECT_FALSE(second);
     ASSERT_EQ(messages.shown.size(), 1u);
     EXPECT_EQ(messages.shown[0].text, "Device COM1 Not Available.");
     EXPECT_EQ(messages.shown[0].title, "Device Error");
 
     // Purge drops what was received and not read.
-    ASSERT_EQ(::write(pty.master, "old", 3), 3);
+    ASSERT_TRUE(pty.Write("old"));
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     port->PurgePort();
-    ASSERT_EQ(::write(pty.master, "new", 3), 3);
+    ASSERT_TRUE(pty.Write("new"));
     EXPECT_EQ(ReadPort(*port, 3), "new");
     port->ClosePort();
 }
@@ -224,13 +194,13 @@ TEST(PosixPort, MissingDevicesAndNonTerminalsAreRefused) {
 }
 
 TEST(PosixPort, AClosedOtherEndMarksTheDeviceLost) {
-    auto pty = std::make_unique<Pty>();
+    testsupport::PseudoTerminal pty;
     config::Config cfg;
     config::RecordingMessageSink messages;
     engine::PosixClock clock;
-    auto port = OpenPosixPort(cfg, pty->slave, messages, clock);
+    auto port = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
     ASSERT_TRUE(port);
-    pty.reset();
+    pty.Close();
     std::uint8_t b;
     for (int i = 0; i < 100 && !port->IsLost(); ++i) {
         port->ReadOneByte(b);

@@ -1,5 +1,7 @@
 #include "support/ProcessRunner.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -168,6 +170,16 @@ TempDir::TempDir() {
 TempDir::~TempDir() {
     std::error_code ec;
     std::filesystem::remove_all(path, ec);
+}
+
+std::filesystem::path BuildConfigFile(const TempDir& dir, const std::string& name,
+                                      const std::string& json) {
+    std::filesystem::path source = dir.path / (name + ".json");
+    std::filesystem::path file = dir.path / (name + ".QX3");
+    std::ofstream(source, std::ios::binary) << json;
+    RunResult r = RunProgram({CORVANE_BINARY, "config", "build", source.string(), file.string()});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    return file;
 }
 
 std::string ReadFileBytes(const std::filesystem::path& p) {

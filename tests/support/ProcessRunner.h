@@ -49,6 +49,11 @@ struct TempDir {
     ~TempDir();
 };
 
+// Writes json to dir/name.json and builds dir/name.QX3 from it with
+// `corvane config build`; a refusal fails the test.
+std::filesystem::path BuildConfigFile(const TempDir& dir, const std::string& name,
+                                      const std::string& json);
+
 // The whole file as bytes; empty when it cannot be read.
 std::string ReadFileBytes(const std::filesystem::path& p);
 
