@@ -276,8 +276,9 @@ void KeySender::Play(const std::vector<std::uint16_t>& queue, long interCharDela
     while (source.NextKeyEvent(vk, release)) {
         if (vk != 0xFF)
             keyboard_.KeyEvent(vk, release);
+        // Menus opened by an Alt combination get two seconds to appear.
         if (release && vk == VkMenu)
-            SettleAfterAlt();
+            WaitClockSeconds(clock_, 2, pump_);
         if (interCharDelay > 0)
             WaitMilliseconds(interCharDelay);
     }
@@ -298,16 +299,15 @@ void KeySender::WaitMilliseconds(long ms) {
     }
 }
 
-void KeySender::SettleAfterAlt() {
-    // Menus opened by an Alt combination get two seconds of the clock to appear.
-    auto secondOfDay = [this] {
-        engine::DateTime t = clock_.Now();
+void WaitClockSeconds(engine::Clock& clock, int seconds, const std::function<void()>& pump) {
+    auto secondOfDay = [&clock] {
+        engine::DateTime t = clock.Now();
         return t.Hour * 3600 + t.Minute * 60 + t.Second;
     };
-    int start = secondOfDay();
-    while ((secondOfDay() - start + 86400) % 86400 < 2)
-        if (pump_)
-            pump_();
+    const int start = secondOfDay();
+    while ((secondOfDay() - start + 86400) % 86400 < seconds)
+        if (pump)
+            pump();
 }
 
 } // namespace output

@@ -60,6 +60,10 @@ private:
     int lastKey_ = 0;
 };
 
+// Pumps until the time of day, read in whole seconds, has moved on by
+// seconds (across midnight too).
+void WaitClockSeconds(engine::Clock& clock, int seconds, const std::function<void()>& pump);
+
 class KeySender {
 public:
     // pump lets the program's own events run during waits.
@@ -75,7 +79,6 @@ public:
 private:
     void Play(const std::vector<std::uint16_t>& queue, long interCharDelay);
     void WaitMilliseconds(long ms);
-    void SettleAfterAlt();
 
     Keyboard& keyboard_;
     engine::Clock& clock_;

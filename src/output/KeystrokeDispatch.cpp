@@ -27,14 +27,7 @@ bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
         if (pump_)
             pump_();
     }
-    auto secondOfDay = [this] {
-        engine::DateTime t = clock_.Now();
-        return t.Hour * 3600 + t.Minute * 60 + t.Second;
-    };
-    int start = secondOfDay();
-    while ((secondOfDay() - start + 86400) % 86400 < 1)
-        if (pump_)
-            pump_();
+    WaitClockSeconds(clock_, 1, pump_);
     target = returnWindow = windows_.ForegroundWindow();
     // The next record finds the window by its real caption; the setting
     // itself is not marked as changed.
