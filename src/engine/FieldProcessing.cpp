@@ -29,42 +29,50 @@ std::string& FieldText(RuntimeState& state, int fieldIndex, const Locale& locale
 
 } // namespace
 
-std::string FilterInputChar(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
-                            const Locale& locale) {
-    RuntimeState scratch;
-    scratch.InChar = state.InChar;
-    scratch.OutputTranslation = state.OutputTranslation;
-    AppendFiltered(fieldIndex, cfg, scratch, locale);
-    return scratch.FieldValue[static_cast<std::size_t>(fieldIndex)].ToText(locale);
-}
+namespace {
 
-void AppendFiltered(int fieldIndex, const config::Config& cfg, RuntimeState& state,
-                    const Locale& locale) {
+// The characters (at most two) the byte becomes in field fieldIndex.
+std::size_t FilteredChars(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
+                          const Locale& locale, char out[2]) {
     const char c = static_cast<char>(state.InChar);
     switch (FilterLetter(fieldIndex, cfg)) {
     case 'N':
-        if (IsNumericChar(c, locale))
-            FieldText(state, fieldIndex, locale).push_back(c);
-        return;
+        out[0] = c;
+        return IsNumericChar(c, locale) ? 1 : 0;
     case 'I':
-        return;
+        return 0;
     case 'B': {
         static const char hex[] = "0123456789ABCDEF";
-        std::string& t = FieldText(state, fieldIndex, locale);
-        t.push_back(hex[state.InChar >> 4]);
-        t.push_back(hex[state.InChar & 15]);
-        return;
+        out[0] = hex[state.InChar >> 4];
+        out[1] = hex[state.InChar & 15];
+        return 2;
     }
     default:
         // Outside Log To Disk mode a character whose output translation is
         // the single NUL is dropped as it arrives.
         if (cfg.TransferMode != config::LogToDisk) {
-            const std::string& out = state.OutputTranslation[state.InChar];
-            if (out.size() == 1 && out[0] == '\0')
-                return;
+            const std::string& translated = state.OutputTranslation[state.InChar];
+            if (translated.size() == 1 && translated[0] == '\0')
+                return 0;
         }
-        FieldText(state, fieldIndex, locale).push_back(c);
+        out[0] = c;
+        return 1;
     }
+}
+
+} // namespace
+
+std::string FilterInputChar(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
+                            const Locale& locale) {
+    char out[2];
+    return std::string(out, FilteredChars(fieldIndex, cfg, state, locale, out));
+}
+
+void AppendFiltered(int fieldIndex, const config::Config& cfg, RuntimeState& state,
+                    const Locale& locale) {
+    char out[2];
+    if (std::size_t n = FilteredChars(fieldIndex, cfg, state, locale, out))
+        FieldText(state, fieldIndex, locale).append(out, n);
 }
 
 bool ConvertBase(const std::string& text, int base, long& value) {

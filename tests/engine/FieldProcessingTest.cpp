@@ -167,3 +167,18 @@ TEST(RecordDispatch, KeystrokeModeShowsCountsAndHandsTheTextToTheSender) {
     EXPECT_EQ(state.RecordNumber, "1");
     EXPECT_EQ(state.FieldValue[3].ToText(locale), "");
 }
+
+TEST(FieldProcessing, FilterInputCharGivesWhatAppendingAdds) {
+    config::Config cfg;
+    cfg.TransferMode = config::LogToDisk;
+    cfg.FieldFilter[1] = "B";
+    cfg.FieldFilter[2] = "N";
+    RuntimeState state;
+    Locale locale;
+    state.InChar = 200;
+    EXPECT_EQ(FilterInputChar(1, cfg, state, locale), "C8");
+    EXPECT_EQ(FilterInputChar(2, cfg, state, locale), "");
+    state.InChar = '7';
+    EXPECT_EQ(FilterInputChar(2, cfg, state, locale), "7");
+    EXPECT_EQ(FilterInputChar(41, cfg, state, locale), "7"); // the overflow field keeps all
+}
