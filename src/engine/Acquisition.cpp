@@ -88,8 +88,14 @@ void Acquisition::Timer1_Timer() {
             return;
     }
     state_.IdleTicks = static_cast<std::uint8_t>(state_.IdleTicks + 1);
-    std::uint8_t byte = 0;
-    while (port_.ReadOneByte(byte) == 1) {
+    while (true) {
+        if (receivedPos_ == receivedLen_) {
+            receivedPos_ = 0;
+            receivedLen_ = port_.Read(received_.data(), received_.size());
+            if (receivedLen_ == 0)
+                break;
+        }
+        const std::uint8_t byte = received_[receivedPos_++];
         Step([&] { ProcessByte(byte); });
         // A one-shot record or a cancelled log write suspends input; a log
         // line left waiting holds it: the rest stays unread until then.
@@ -326,8 +332,8 @@ void Acquisition::ResumeForOneRecord() {
 }
 
 void Acquisition::Reset() {
-    if (state_.RunMode != VirtualDevice)
-        port_.PurgePort();
+    port_.PurgePort();
+    receivedPos_ = receivedLen_ = 0;
     state_.RecordActive = false;
     state_.VoidRecord = false;
     state_.CurField = 1;

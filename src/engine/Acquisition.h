@@ -52,7 +52,8 @@ public:
     void ToggleSuspend();
     // Resume for exactly one record, then suspend again.
     void ResumeForOneRecord();
-    // Purge the port (not on the virtual device) and drop the record in progress.
+    // Purge the port (on the virtual device: its unread input) and drop the
+    // record in progress.
     void Reset();
 
     AcquisitionHooks hooks;
@@ -77,6 +78,11 @@ private:
     enum class PreInput : std::uint8_t { Replace, Ignore, Void };
     std::array<PreInput, 256> preInputKind_{};
     std::array<std::uint8_t, 256> preInputByte_{};
+    // Bytes taken from the port and not framed yet; framing stays one byte
+    // at a time, and what a suspension leaves here is framed when input
+    // resumes (the reset discards it with the port's buffers).
+    std::array<std::uint8_t, 4096> received_{};
+    std::size_t receivedPos_ = 0, receivedLen_ = 0;
 };
 
 // The runtime window's caption: "Corvane - COM1", " (S)" while suspended,

@@ -4,6 +4,7 @@
 
 #include "serial/Port.h"
 
+#include <algorithm>
 #include <deque>
 #include <string>
 #include <vector>
@@ -25,12 +26,11 @@ public:
             input.push_back(c);
     }
 
-    int ReadOneByte(std::uint8_t& byte) override {
-        if (input.empty() || lost)
-            return 0;
-        byte = input.front();
-        input.pop_front();
-        return 1;
+    std::size_t Read(std::uint8_t* buffer, std::size_t size) override {
+        std::size_t n = lost ? 0 : std::min(size, input.size());
+        std::copy_n(input.begin(), n, buffer);
+        input.erase(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(n));
+        return n;
     }
     void FlushPendingOutput(std::string& pendingOutput) override {
         if (pendingOutput.empty())

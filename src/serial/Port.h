@@ -4,6 +4,7 @@
 // input from a text buffer, output to a sink) and FakePort (records every
 // call, for tests).
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -12,11 +13,15 @@ namespace serial {
 class Port {
 public:
     virtual ~Port() = default;
-    // One byte if one is buffered: returns 1 and sets byte, else 0. Never waits.
-    virtual int ReadOneByte(std::uint8_t& byte) = 0;
+    // Takes up to size bytes that have already arrived; returns how many (0
+    // when none). Never waits.
+    virtual std::size_t Read(std::uint8_t* buffer, std::size_t size) = 0;
+    // One byte if one has arrived: returns 1 and sets byte, else 0. Never waits.
+    int ReadOneByte(std::uint8_t& byte) { return Read(&byte, 1) == 1 ? 1 : 0; }
     // Writes pendingOutput and keeps the part that was not accepted.
     virtual void FlushPendingOutput(std::string& pendingOutput) = 0;
-    // Discards the transmit and receive buffers (nothing on the virtual device).
+    // Discards what was received and not read and what waits to be sent: the
+    // driver's buffers of a real port, the unread input of the virtual device.
     virtual void PurgePort() = 0;
     virtual void SetDTR(bool on) = 0;
     virtual void SetRTS(bool on) = 0;

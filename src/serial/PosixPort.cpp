@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -15,24 +16,11 @@ namespace serial {
 
 namespace {
 
-enum class IoResult { Ok, Again, Gone, Failed };
-
-// The program's reading of errno: no data yet, the device went away, or
-// another failure.
-IoResult ClassifyErrno(int err) {
-    switch (err) {
-    case EAGAIN:
-    case EINTR:
-        return IoResult::Again;
-    case EIO:
-    case ENXIO:
-    case ENODEV:
-    case EBADF:
-    case EPIPE:
-        return IoResult::Gone;
-    default:
-        return IoResult::Failed;
-    }
+// The device is gone only when the system says so: a read or write that
+// fails with one of these errors. A read that returns 0 or EAGAIN means no
+// byte has arrived; a quiet instrument is not a lost one.
+bool DeviceGone(int err) {
+    return err == EIO || err == ENXIO || err == ENODEV;
 }
 
 speed_t StandardSpeed(long baud) {
@@ -105,23 +93,23 @@ public:
         : fd_(fd), saved_(saved), clock_(clock) {}
     ~PosixPort() override { ClosePort(); }
 
-    int ReadOneByte(std::uint8_t& byte) override {
-        if (fd_ < 0 || lost_)
+    std::size_t Read(std::uint8_t* buffer, std::size_t size) override {
+        if (fd_ < 0 || lost_ || size == 0)
             return 0;
-        if (pos_ == len_) {
-            pos_ = len_ = 0;
-            ssize_t n = ::read(fd_, buffer_, sizeof buffer_);
-            if (n > 0) {
-                len_ = static_cast<std::size_t>(n);
-            } else if (n == 0 || ClassifyErrno(errno) == IoResult::Gone) {
-                lost_ = true; // hang-up, or a pseudo-terminal whose other end closed
-                return 0;
-            } else {
-                return 0;
-            }
+        ssize_t n = ::read(fd_, buffer, size);
+        if (n > 0)
+            return static_cast<std::size_t>(n);
+        if (n < 0 && DeviceGone(errno)) {
+            lost_ = true;
+            return 0;
         }
-        byte = buffer_[pos_++];
-        return 1;
+        // In raw mode with VMIN = VTIME = 0 a hung-up terminal also reads as
+        // 0, like a quiet one; poll tells them apart (an unplugged adapter, a
+        // pseudo-terminal whose other end closed).
+        pollfd p{fd_, POLLIN, 0};
+        if (::poll(&p, 1, 0) == 1 && (p.revents & (POLLHUP | POLLERR | POLLNVAL)))
+            lost_ = true;
+        return 0;
     }
 
     void FlushPendingOutput(std::string& pendingOutput) override {
@@ -130,14 +118,13 @@ public:
         ssize_t n = ::write(fd_, pendingOutput.data(), pendingOutput.size());
         if (n > 0)
             pendingOutput.erase(0, static_cast<std::size_t>(n));
-        else if (n < 0 && ClassifyErrno(errno) == IoResult::Gone)
+        else if (n < 0 && DeviceGone(errno))
             lost_ = true;
     }
 
     void PurgePort() override {
         if (fd_ >= 0)
             ::tcflush(fd_, TCIOFLUSH);
-        pos_ = len_ = 0;
     }
     void SetDTR(bool on) override { Line(TIOCM_DTR, on); }
     void SetRTS(bool on) override { Line(TIOCM_RTS, on); }
@@ -180,8 +167,6 @@ private:
     termios saved_;
     engine::Clock& clock_;
     bool lost_ = false;
-    std::uint8_t buffer_[512];
-    std::size_t pos_ = 0, len_ = 0;
 };
 
 } // namespace

@@ -35,11 +35,11 @@ Port* ReconnectingPort::Current() {
     return port_.get();
 }
 
-int ReconnectingPort::ReadOneByte(std::uint8_t& byte) {
+std::size_t ReconnectingPort::Read(std::uint8_t* buffer, std::size_t size) {
     Port* p = Current();
     if (!p)
         return 0;
-    int n = p->ReadOneByte(byte);
+    std::size_t n = p->Read(buffer, size);
     if (n == 0 && p->IsLost())
         Current(); // report the loss now rather than on the next call
     return n;

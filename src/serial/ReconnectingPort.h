@@ -21,7 +21,7 @@ public:
     ReconnectingPort(std::unique_ptr<Port> port, Opener reopen, std::string portName,
                      config::MessageSink& messages, engine::Clock& clock);
 
-    int ReadOneByte(std::uint8_t& byte) override;
+    std::size_t Read(std::uint8_t* buffer, std::size_t size) override;
     void FlushPendingOutput(std::string& pendingOutput) override;
     void PurgePort() override;
     void SetDTR(bool on) override;

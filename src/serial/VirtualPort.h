@@ -18,9 +18,10 @@ public:
 
     std::string VirtualInput;
 
-    int ReadOneByte(std::uint8_t& byte) override;
+    std::size_t Read(std::uint8_t* buffer, std::size_t size) override;
     void FlushPendingOutput(std::string& pendingOutput) override;
-    void PurgePort() override {}
+    // The reset empties what was received from the device and not read yet.
+    void PurgePort() override;
     void SetDTR(bool) override {}
     void SetRTS(bool) override {}
     void PulseDTR() override {}

@@ -93,6 +93,13 @@ TEST(VirtualDevice, ReadsTypedBytesOneByOneAndShowsNulAs255) {
     EXPECT_EQ(out, "");
     EXPECT_EQ(shown, "O\xffK");
     EXPECT_FALSE(port.IsRealPort());
+
+    // The reset empties what was typed and not read yet.
+    port.VirtualInput = "xyz";
+    EXPECT_EQ(port.ReadOneByte(b), 1);
+    port.PurgePort();
+    EXPECT_EQ(port.Unread(), 0u);
+    EXPECT_EQ(port.ReadOneByte(b), 0);
 }
 
 TEST(Reconnection, LossIsReportedOnceAndTheDeviceIsTriedOnceASecond) {
@@ -193,15 +200,22 @@ TEST(PosixPort, MissingDevicesAndNonTerminalsAreRefused) {
     EXPECT_EQ(messages.shown.back().text, "GetComState failed");
 }
 
-TEST(PosixPort, AClosedOtherEndMarksTheDeviceLost) {
+TEST(PosixPort, AQuietPortIsNotLostButAClosedOtherEndIs) {
     testsupport::PseudoTerminal pty;
     config::Config cfg;
     config::RecordingMessageSink messages;
     engine::PosixClock clock;
     auto port = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
     ASSERT_TRUE(port);
-    pty.Close();
     std::uint8_t b;
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(port->ReadOneByte(b), 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_FALSE(port->IsLost());
+    ASSERT_TRUE(pty.Write("z"));
+    EXPECT_EQ(ReadPort(*port, 1), "z");
+    pty.Close();
     for (int i = 0; i < 100 && !port->IsLost(); ++i) {
         port->ReadOneByte(b);
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

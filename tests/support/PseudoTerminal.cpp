@@ -14,13 +14,16 @@ void PseudoTerminal::Open() {
     char name[256] = {};
     termios raw{};
     cfmakeraw(&raw);
-    if (openpty(&master_, &slave, name, &raw, nullptr) != 0) {
+    if (openpty(&master_, &slave, name, mode_ == Mode::Raw ? &raw : nullptr, nullptr) != 0) {
         master_ = -1;
         return;
     }
     ::close(slave); // the program under test opens the slave itself
     slaveName_ = name;
     fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK);
+    // A program started by the test must not inherit the master: closing it
+    // here would then not hang up the slave.
+    fcntl(master_, F_SETFD, FD_CLOEXEC);
 }
 
 void PseudoTerminal::Close() {
@@ -32,6 +35,12 @@ void PseudoTerminal::Close() {
 bool PseudoTerminal::Write(const std::string& text) const {
     return master_ >= 0 &&
            ::write(master_, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+bool PseudoTerminal::IsRaw() const {
+    // The master reads the settings that the slave's user made.
+    termios t{};
+    return master_ >= 0 && tcgetattr(master_, &t) == 0 && (t.c_lflag & (ICANON | ECHO)) == 0;
 }
 
 std::string PseudoTerminal::ReadFor(std::chrono::milliseconds limit, std::size_t want) const {

@@ -9,7 +9,8 @@ namespace testsupport {
 
 class PseudoTerminal {
 public:
-    PseudoTerminal() { Open(); }
+    enum class Mode { Raw, Cooked }; // Cooked: the system's defaults, echo on
+    explicit PseudoTerminal(Mode mode = Mode::Raw) : mode_(mode) { Open(); }
     ~PseudoTerminal() { Close(); }
     PseudoTerminal(const PseudoTerminal&) = delete;
     PseudoTerminal& operator=(const PseudoTerminal&) = delete;
@@ -22,11 +23,14 @@ public:
     bool Write(const std::string& text) const;
     // What arrived at the master end, until want bytes or the limit.
     std::string ReadFor(std::chrono::milliseconds limit, std::size_t want) const;
+    // True while the terminal is in raw mode: no line editing, no echo.
+    bool IsRaw() const;
 
     int master() const { return master_; }
     const std::string& slaveName() const { return slaveName_; }
 
 private:
+    Mode mode_;
     int master_ = -1;
     std::string slaveName_;
 };
