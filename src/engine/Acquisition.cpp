@@ -123,7 +123,8 @@ void Acquisition::Timer1_Timer() {
 }
 
 void Acquisition::TimedOutput() {
-    if (!(state_.TimedOutputFlags & 1)) {
+    // An interval of 0 means no timed output, whatever the flags say.
+    if (!(state_.TimedOutputFlags & 1) || cfg_.TimerInterval <= 0) {
         state_.NextTimedOutput = 0;
         return;
     }

@@ -359,3 +359,15 @@ TEST(AcquisitionLoop, HeadlessLogErrorKeepsTheRecordAndHoldsInput) {
     EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "2\r"}));
     EXPECT_EQ(r.messages.shown.size(), 1u);
 }
+
+TEST(AcquisitionLoop, AnIntervalOfZeroSendsNothingEvenWithTheTimerEnabled) {
+    Rig r;
+    r.cfg.TimerEnabled = 1 + 2;
+    r.cfg.TimerInterval = 0;
+    r.cfg.TimerString = "P";
+    r.Start();
+    for (int i = 0; i < 10; ++i)
+        r.Tick();
+    EXPECT_EQ(r.port.written, "");
+    EXPECT_EQ(r.state.NextTimedOutput, 0);
+}
