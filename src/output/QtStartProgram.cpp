@@ -1,5 +1,7 @@
 // Starting the target program: the command line is split as a shell would and
-// started detached.
+// started detached, with its standard input, output and error on the null
+// device: it must never read or write the instrument's data stream (standard
+// input and output of a virtual-device run) nor keep a caller's pipe open.
 
 #include "output/X11Keyboard.h"
 
@@ -17,6 +19,9 @@ std::string X11WindowSystem::StartProgram(const std::string& commandLine) {
     QProcess process;
     process.setProgram(program);
     process.setArguments(parts);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
     if (!process.startDetached())
         return process.errorString().toStdString();
     return "";

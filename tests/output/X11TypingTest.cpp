@@ -162,6 +162,32 @@ TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
     // The started recorder ends with its X server.
 }
 
+TEST_F(X11Typing, AStartedTargetNeverSharesCorvanesStandardStreams) {
+    // On the virtual device, standard input and output are the instrument's
+    // data stream: a started program must neither read nor write them, nor
+    // keep the caller's pipes open after the run.
+    typed = dir.path / "detached.txt";
+    const fs::path stolen = dir.path / "stdin.txt";
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Detached";
+    cfg["TargetAppCommand"] = "/bin/sh -c \"echo TARGET-OUT; echo TARGET-ERR >&2; cat > " +
+                              stolen.string() + "; exec " + KEY_RECORDER +
+                              " 'Detached Recorder' " + typed.string() + "\"";
+    cfg["InterCharDelay"] = 0;
+    cfg["StartOfRecordEvent"] = 1;
+    fs::path qx3 = testsupport::BuildConfigFile(dir, "detached", cfg.dump());
+    auto start = std::chrono::steady_clock::now();
+    auto r = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
+                        "one\r", 30s);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
+    EXPECT_EQ(r.out.find("TARGET-OUT"), std::string::npos) << r.out;
+    EXPECT_EQ(r.err.find("TARGET-ERR"), std::string::npos) << r.err;
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == "one\n"; })) << Typed();
+    EXPECT_EQ(testsupport::ReadFileBytes(stolen), "");
+}
+
 TEST_F(X11Typing, ACommandThatCannotStartIsReported) {
     nlohmann::json cfg;
     cfg["TransferMode"] = 0;
