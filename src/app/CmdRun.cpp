@@ -71,8 +71,9 @@ int CmdRun(int argc, char** argv, const Args& args) {
     StderrMessageSink messages;
     HeadlessRuntime runtime(messages);
     // Queued, so that an end that comes before the event loop runs still ends it.
-    runtime.onFinished = [&application] {
-        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
+    runtime.onFinished = [&application](int status) {
+        QMetaObject::invokeMethod(
+            &application, [status] { QCoreApplication::exit(status); }, Qt::QueuedConnection);
     };
     SignalWatcher signalWatcher([&](int) { runtime.Exit(); });
     HeadlessOptions runtimeOptions;

@@ -30,6 +30,10 @@ public:
 
 constexpr std::size_t MaxReadPerTick = 1 << 16;
 
+// How long the end of the virtual device's input waits for a log file that
+// cannot be written (it is retried once a second) before the run ends.
+constexpr std::int32_t LogWaitAtEndMs = 3000;
+
 } // namespace
 
 HeadlessRuntime::HeadlessRuntime(config::MessageSink& messages) : messages_(messages) {}
@@ -96,6 +100,13 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
     acquisition_->Activate();
     if (cfg_.TransferMode == config::SendKeystrokes)
         StartKeystrokes();
+    if (state_.Suspended)
+        messages_.Show({"Input is suspended (the configuration activates suspended); nothing "
+                        "is read from the instrument until it is resumed with: corvane dde "
+                        "execute Corvane " +
+                            config::DdeTopic(cfg_) + " \"{RESUME}\"",
+                        RuntimeCaptionFor(), config::MessageIcon::Information,
+                        config::MessageButtons::Ok});
 
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
@@ -155,12 +166,39 @@ void HeadlessRuntime::Tick() {
     if (exiting_)
         return;
     // At the end of the virtual device's input the pending records are
-    // finished as "{APPEXIT}" would: a record waiting for its time gap ends
-    // first, and a log line that could not be written yet is written first.
-    if (inputEnded_ && virtualPort_->Unread() == 0 && state_.ExitCountdown == 0 &&
-        !state_.Suspended && !dispatch_->LogPending() &&
-        !(cfg_.EndOfRecordEvent == 1 && state_.RecordActive))
+    // finished as "{APPEXIT}" would.
+    if (inputEnded_ && state_.ExitCountdown == 0 && InputFinished())
         state_.ExitCountdown = -1;
+}
+
+bool HeadlessRuntime::InputFinished() {
+    // Suspended input stays unread; a record waiting for its time gap ends first.
+    if (virtualPort_->Unread() != 0 || state_.Suspended ||
+        (cfg_.EndOfRecordEvent == 1 && state_.RecordActive))
+        return false;
+    if (!dispatch_->LogPending())
+        return true;
+    // Records that wait for the log file get a few retries; then the run
+    // ends and they go to standard error.
+    const std::int32_t now = clock_.TickCount();
+    if (!logWaitSince_)
+        logWaitSince_ = now;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(now) -
+                                     static_cast<std::uint32_t>(*logWaitSince_)) >= LogWaitAtEndMs;
+}
+
+void HeadlessRuntime::ReportUnwrittenRecords() {
+    const std::deque<std::string> lines = dispatch_->TakeUnwrittenLines();
+    if (lines.empty())
+        return;
+    std::string text = std::to_string(lines.size()) +
+                       (lines.size() == 1 ? " record was" : " records were") +
+                       " not logged: they could not be written to " + cfg_.LogFileName +
+                       ". Here they are, each as its log line:\n";
+    for (const std::string& line : lines)
+        text += line;
+    ReportMessage(RuntimeCaptionFor() + " ERROR!", text);
+    exitStatus_ = 1;
 }
 
 void HeadlessRuntime::Exit() {
@@ -170,17 +208,12 @@ void HeadlessRuntime::Exit() {
     timer_.stop();
     if (port_) {
         port_->FlushPendingOutput(state_.PendingOutput);
-        if (dispatch_ && dispatch_->LogPending()) {
-            dispatch_->RetryPendingLog();
-            if (const auto& line = dispatch_->PendingLine())
-                ReportMessage(RuntimeCaptionFor() + " ERROR!",
-                              "This record could not be written to " + cfg_.LogFileName + ": " +
-                                  *line);
-        }
+        if (dispatch_)
+            ReportUnwrittenRecords();
         port_->ClosePort();
     }
     if (onFinished)
-        onFinished();
+        onFinished(exitStatus_);
 }
 
 } // namespace app

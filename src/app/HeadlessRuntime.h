@@ -39,14 +39,20 @@ public:
     bool Activate(const std::string& file, const HeadlessOptions& options);
 
     // Closes the runtime in order: output flushed, lines lowered, port closed.
+    // Records that could not be logged are written to standard error, and the
+    // exit status becomes 1.
     void Exit();
 
-    // Called once the runtime has closed.
-    std::function<void()> onFinished;
+    // Called once the runtime has closed, with the program's exit status.
+    std::function<void(int)> onFinished;
 
 private:
     void Tick();
     void ReadStandardInput();
+    // At the end of the virtual device's input: true once every record is
+    // finished, or the log has been retried for a few seconds in vain.
+    bool InputFinished();
+    void ReportUnwrittenRecords();
     std::string RuntimeCaptionFor() const;
     void StartKeystrokes();
 
@@ -67,7 +73,9 @@ private:
     std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
     QTimer timer_;
     bool inputEnded_ = false;
+    std::optional<std::int32_t> logWaitSince_;
     bool exiting_ = false;
+    int exitStatus_ = 0;
     int stdinFlags_ = -1;
 };
 

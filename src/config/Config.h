@@ -137,6 +137,9 @@ std::string IdentityTranslation();
 // "COM" followed by PortNumber + 1, as in "COM1".
 std::string PortName(const Config& cfg);
 
+// The program's own DDE topic: DdeTopicName, or the port name when it is empty.
+std::string DdeTopic(const Config& cfg);
+
 // Framing case 0..6 from the end-of-record event and the record structure.
 Integer DeriveRecordMode(Integer endOfRecordEvent, Integer recordStructure);
 

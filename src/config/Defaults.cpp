@@ -78,6 +78,10 @@ std::string PortName(const Config& cfg) {
     return "COM" + std::to_string(cfg.PortNumber + 1);
 }
 
+std::string DdeTopic(const Config& cfg) {
+    return cfg.DdeTopicName.empty() ? PortName(cfg) : cfg.DdeTopicName;
+}
+
 Integer DeriveRecordMode(Integer endOfRecordEvent, Integer recordStructure) {
     if (endOfRecordEvent == 0 || endOfRecordEvent == 3) {
         if (recordStructure == 1)

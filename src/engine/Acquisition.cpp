@@ -79,14 +79,9 @@ void Acquisition::Timer1_Timer() {
     });
     Step([&] { TimedOutput(); });
     Step([&] { port_.FlushPendingOutput(state_.PendingOutput); });
+    Step([&] { dispatch_.RetryPendingLog(); });
     if (state_.Suspended)
         return;
-    if (dispatch_.LogPending()) {
-        // Input waits until the waiting log line is written.
-        Step([&] { dispatch_.RetryPendingLog(); });
-        if (dispatch_.LogPending())
-            return;
-    }
     state_.IdleTicks = static_cast<std::uint8_t>(state_.IdleTicks + 1);
     while (true) {
         if (receivedPos_ == receivedLen_) {
@@ -97,9 +92,9 @@ void Acquisition::Timer1_Timer() {
         }
         const std::uint8_t byte = received_[receivedPos_++];
         Step([&] { ProcessByte(byte); });
-        // A one-shot record or a cancelled log write suspends input; a log
-        // line left waiting holds it: the rest stays unread until then.
-        if (state_.Suspended || dispatch_.LogPending())
+        // A one-shot record or a cancelled log write suspends input: the
+        // rest stays unread until input resumes.
+        if (state_.Suspended)
             return;
     }
     Step([&] {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <utility>
 
 namespace output {
 
@@ -60,50 +61,84 @@ void RecordDispatch::BuildOutputTranslation() {
     }
 }
 
-void RecordDispatch::IncreaseRecordNumber() {
-    // The counter is text that the user (or another program) may change; it
-    // is read back only when it differs from what was last written.
-    if (state_.RecordNumber != counterText_)
-        counter_ = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator);
-    counter_ += 1;
-    if (counter_ >= 0 && counter_ < 1e15 &&
-        counter_ == static_cast<double>(static_cast<long long>(counter_)))
-        counterText_ = std::to_string(static_cast<long long>(counter_));
-    else
-        counterText_ = engine::GeneralNumber(counter_, false, locale_);
-    state_.RecordNumber = counterText_;
-}
-
 namespace {
+
 int FieldCount(const config::Config& cfg) {
     return std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
 }
+
+// Empties a field, keeping the storage of a text for the next record.
+void EmptyField(engine::Value& field) {
+    if (field.IsText())
+        field.TextRef().clear();
+    else
+        field = engine::Value::Text("");
+}
+
+// Adds one to a plain decimal counter in place; false for any other text,
+// and from 15 digits on, where the general number format takes over.
+bool IncrementDigits(std::string& text) {
+    if (text.empty() || text.size() >= 15 ||
+        !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        return false;
+    for (std::size_t i = text.size(); i-- > 0;) {
+        if (text[i] != '9') {
+            ++text[i];
+            return true;
+        }
+        text[i] = '0';
+    }
+    text.insert(text.begin(), '1');
+    return true;
+}
+
 } // namespace
 
-std::string RecordDispatch::BuildRecordText() {
-    std::string text;
+void RecordDispatch::IncreaseRecordNumber() {
+    // The counter is text that the user (or another program) may change; the
+    // number is read from it again only when it differs from what was last
+    // written.
+    if (state_.RecordNumber != counterText_ || !IncrementDigits(counterText_)) {
+        double counter = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator) + 1;
+        if (counter > -1e15 && counter < 1e15 &&
+            counter == static_cast<double>(static_cast<long long>(counter)))
+            counterText_ = std::to_string(static_cast<long long>(counter));
+        else
+            counterText_ = engine::GeneralNumber(counter, false, locale_);
+    }
+    state_.RecordNumber = counterText_;
+}
+
+void RecordDispatch::BuildRecordText() {
+    recordText_.clear();
     if (!cfg_.RecordPreamble.empty())
-        text = engine::ExpandDateTimeTokens(cfg_.RecordPreamble, clock_);
+        recordText_ = engine::ExpandDateTimeTokens(cfg_.RecordPreamble, clock_);
     const int n = FieldCount(cfg_);
     for (int i = 1; i <= n; ++i) {
         auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
-        text += field.ToText(locale_);
+        if (field.IsText())
+            recordText_ += field.AsText();
+        else
+            recordText_ += field.ToText(locale_);
+        EmptyField(field);
         const std::string& postamble = cfg_.FieldPostamble[static_cast<std::size_t>(i)];
         if (!postamble.empty())
-            text += engine::ExpandDateTimeTokens(postamble, clock_);
-        field = engine::Value::Text("");
+            recordText_ += engine::ExpandDateTimeTokens(postamble, clock_);
     }
-    state_.FieldValue[static_cast<std::size_t>(n + 1)] = engine::Value::Text("");
-    return text;
+    EmptyField(state_.FieldValue[static_cast<std::size_t>(n + 1)]);
 }
 
 void RecordDispatch::ShowFields() {
     const int n = FieldCount(cfg_);
     for (int i = 1; i <= n; ++i) {
-        state_.FieldText[static_cast<std::size_t>(i)] =
-            state_.FieldValue[static_cast<std::size_t>(i)].ToText(locale_);
+        const auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
+        std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
+        if (field.IsText())
+            shown = field.AsText();
+        else
+            shown = field.ToText(locale_);
         if (dde && cfg_.TransferMode != config::SendKeystrokes)
-            dde->FieldChanged(i, state_.FieldText[static_cast<std::size_t>(i)]);
+            dde->FieldChanged(i, shown);
     }
 }
 
@@ -112,7 +147,10 @@ void RecordDispatch::Deliver() {
     case config::SendKeystrokes: {
         ShowFields();
         IncreaseRecordNumber();
-        auto build = [this] { return BuildRecordText(); };
+        auto build = [this] {
+            BuildRecordText();
+            return recordText_;
+        };
         if (keystrokes)
             keystrokes->DeliverRecord(build);
         else
@@ -123,7 +161,7 @@ void RecordDispatch::Deliver() {
         ShowFields();
         const int n = FieldCount(cfg_);
         for (int i = 1; i <= n + 1; ++i)
-            state_.FieldValue[static_cast<std::size_t>(i)] = engine::Value::Text("");
+            EmptyField(state_.FieldValue[static_cast<std::size_t>(i)]);
         IncreaseRecordNumber();
         if (dde && !cfg_.DdeCmdText.empty())
             dde->ExecuteTargetCommand(cfg_.DdeCmdText);
@@ -136,17 +174,31 @@ void RecordDispatch::Deliver() {
 
 void RecordDispatch::DeliverLog() {
     ShowFields();
-    std::string line = BuildRecordText() + "\r\n";
+    BuildRecordText();
+    recordText_ += "\r\n";
     IncreaseRecordNumber();
-    WriteLogLine(line);
+    WriteLogLine(recordText_);
 }
 
-bool RecordDispatch::WriteLogLine(const std::string& line) {
-    const std::string path = MapLogPath(cfg_.LogFileName, home_);
+const std::string& RecordDispatch::LogPath() {
+    if (logName_ != cfg_.LogFileName || logPath_.empty()) {
+        logName_ = cfg_.LogFileName;
+        logPath_ = MapLogPath(logName_, home_);
+    }
+    return logPath_;
+}
+
+void RecordDispatch::WriteLogLine(const std::string& line) {
+    if (!pendingLines_.empty()) {
+        // The failure was reported when the first line had to wait; later
+        // lines wait behind it so that the log keeps the records' order.
+        pendingLines_.push_back(line);
+        return;
+    }
     while (true) {
-        std::string error = log_.Append(path, line);
+        std::string error = log_.Append(LogPath(), line);
         if (error.empty())
-            return true;
+            return;
         messages_.Beep();
         config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + error,
                                 "Corvane - COM" + std::to_string(cfg_.PortNumber + 1) + " ERROR!",
@@ -157,19 +209,33 @@ bool RecordDispatch::WriteLogLine(const std::string& line) {
             continue;
         case config::MessageAnswer::Deferred:
             // Nobody can answer: keep the line and try again once a second.
-            pendingLine_ = line;
+            pendingLines_.push_back(line);
             lastRetry_ = clock_.TickCount();
-            return false;
+            return;
         default:
             if (cancelLogAction)
                 cancelLogAction();
-            return true; // the line is abandoned
+            return; // the line is abandoned
         }
     }
 }
 
+void RecordDispatch::WritePendingLines() {
+    std::size_t written = 0;
+    while (!pendingLines_.empty() && log_.Append(LogPath(), pendingLines_.front()).empty()) {
+        pendingLines_.pop_front();
+        ++written;
+    }
+    if (written > 0 && pendingLines_.empty())
+        messages_.Show({"The log file can be written again: " + std::to_string(written) +
+                            (written == 1 ? " waiting record was" : " waiting records were") +
+                            " written to " + cfg_.LogFileName + ".",
+                        "Corvane - COM" + std::to_string(cfg_.PortNumber + 1),
+                        config::MessageIcon::Information, config::MessageButtons::Ok});
+}
+
 void RecordDispatch::RetryPendingLog() {
-    if (!pendingLine_)
+    if (pendingLines_.empty())
         return;
     std::int32_t now = clock_.TickCount();
     std::int32_t since = static_cast<std::int32_t>(static_cast<std::uint32_t>(now) -
@@ -177,8 +243,12 @@ void RecordDispatch::RetryPendingLog() {
     if (since >= 0 && since < 1000)
         return;
     lastRetry_ = now;
-    if (log_.Append(MapLogPath(cfg_.LogFileName, home_), *pendingLine_).empty())
-        pendingLine_.reset();
+    WritePendingLines();
+}
+
+std::deque<std::string> RecordDispatch::TakeUnwrittenLines() {
+    WritePendingLines();
+    return std::exchange(pendingLines_, {});
 }
 
 } // namespace output

@@ -11,8 +11,8 @@
 #include "engine/RuntimeState.h"
 #include "output/KeystrokeDelivery.h"
 
+#include <deque>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace output {
@@ -57,13 +57,15 @@ public:
     // are empty.
     void Deliver();
 
-    // True while a log line waits for a file that could not be written (no
-    // one could answer the error message); input waits meanwhile.
-    bool LogPending() const { return pendingLine_.has_value(); }
-    // Retries the waiting line at most once a second.
+    // True while log lines wait for a file that could not be written (no one
+    // could answer the error message). Input goes on meanwhile; new lines
+    // queue behind the waiting ones, so the log keeps the records' order.
+    bool LogPending() const { return !pendingLines_.empty(); }
+    // Tries the waiting lines again, at most once a second.
     void RetryPendingLog();
-    // The waiting line, if any (written elsewhere when the program ends).
-    const std::optional<std::string>& PendingLine() const { return pendingLine_; }
+    // Tries the waiting lines at once (when the runtime closes) and gives
+    // back those that still could not be written.
+    std::deque<std::string> TakeUnwrittenLines();
 
     // The record counter: the text read as a number (0 when it is none) plus one.
     void IncreaseRecordNumber();
@@ -74,11 +76,17 @@ public:
     std::function<void()> cancelLogAction;
 
 private:
-    std::string BuildRecordText();
+    // Builds the record text into recordText_ and empties the fields.
+    void BuildRecordText();
     void ShowFields();
     void DeliverLog();
-    // Writes the line, asking about errors; false when it is left pending.
-    bool WriteLogLine(const std::string& line);
+    // Writes the line, asking about errors; a line nobody could decide on
+    // waits in pendingLines_.
+    void WriteLogLine(const std::string& line);
+    // Writes waiting lines from the oldest on until one fails.
+    void WritePendingLines();
+    // The log file's path on this system, mapped again only when the name changes.
+    const std::string& LogPath();
 
     config::Config& cfg_;
     engine::RuntimeState& state_;
@@ -87,10 +95,12 @@ private:
     const engine::Locale& locale_;
     LogWriter& log_;
     std::string home_;
-    std::optional<std::string> pendingLine_;
+    std::deque<std::string> pendingLines_;
+    std::int32_t lastRetry_ = 0;
+    std::string logName_, logPath_;
+    std::string recordText_; // reused record after record
     double counter_ = 0;
     std::string counterText_;
-    std::int32_t lastRetry_ = 0;
 };
 
 } // namespace output

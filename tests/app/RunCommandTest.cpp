@@ -92,7 +92,41 @@ TEST(RunCommand, PseudoTerminalBytesBecomeLogLinesAndTheAckComesBack) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
 }
 
-TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
+// Counts the occurrences of text in haystack.
+std::size_t Count(const std::string& haystack, const std::string& text) {
+    std::size_t n = 0;
+    for (auto at = haystack.find(text); at != std::string::npos; at = haystack.find(text, at + 1))
+        ++n;
+    return n;
+}
+
+TEST(RunCommand, AQuietPortStaysOpenAndRawUntilRecordsCome) {
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir);
+    // The system's default settings (echo, line editing) show at once if the
+    // program ever lets the terminal go.
+    testsupport::PseudoTerminal pty(testsupport::PseudoTerminal::Mode::Cooked);
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    ASSERT_TRUE(WaitFor(5s, [&] { return pty.IsRaw(); })) << child.Stderr();
+    // Several seconds of silence: the terminal stays raw, nothing is reported.
+    const auto quietUntil = std::chrono::steady_clock::now() + 3500ms;
+    while (std::chrono::steady_clock::now() < quietUntil) {
+        ASSERT_TRUE(pty.IsRaw()) << "the terminal left raw mode while the port was quiet";
+        std::this_thread::sleep_for(20ms);
+    }
+    EXPECT_EQ(child.Stderr(), "");
+    ASSERT_TRUE(pty.Write("1\r2\r"));
+    fs::path log = dir.path / "out.log";
+    EXPECT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "1\r\r\n2\r\r\n"; }))
+        << testsupport::ReadFileBytes(log);
+    EXPECT_EQ(pty.ReadFor(200ms, 1), "") << "the terminal echoed the instrument's bytes";
+    child.Signal(SIGTERM);
+    EXPECT_EQ(child.WaitExit(5s), 0);
+    EXPECT_EQ(child.Stderr(), "");
+}
+
+TEST(RunCommand, AHungUpOrVanishedDeviceIsReportedOnceAndPickedUpAgain) {
     TempDir dir;
     fs::path qx3 = MakeLogConfig(dir);
     LinkedPty pty(dir.path / "ttyUSBLINK");
@@ -103,17 +137,96 @@ TEST(RunCommand, ADeviceThatDisappearsIsPickedUpAgain) {
     ASSERT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "1\r\r\n"; }))
         << testsupport::ReadFileBytes(log);
 
-    // Unplug: the master goes away, so the open slave hangs up.
+    // Unplugged: the master goes away, so the open slave hangs up, and the
+    // device's name is gone for a while; the program tries it once a second.
     pty.Close();
-    ASSERT_TRUE(WaitFor(5s, [&] { return !child.Stderr().empty(); }))
-        << "the loss of the device was not reported";
+    fs::remove(pty.link);
+    ASSERT_TRUE(WaitFor(5s, [&] { return Count(child.Stderr(), "was disconnected") == 1; }))
+        << child.Stderr();
+    std::this_thread::sleep_for(2500ms);
+    EXPECT_EQ(Count(child.Stderr(), "was disconnected"), 1u) << child.Stderr();
     pty.Reopen();
-    // The program reopens the same path at most once a second.
-    ASSERT_TRUE(WaitFor(10s, [&] {
-        pty.Write("2\r");
-        std::this_thread::sleep_for(300ms);
-        return testsupport::ReadFileBytes(log).find("2\r\r\n") != std::string::npos;
-    })) << testsupport::ReadFileBytes(log);
+    ASSERT_TRUE(WaitFor(10s, [&] { return Count(child.Stderr(), "is back") == 1; }))
+        << child.Stderr();
+    ASSERT_TRUE(pty.Write("2\r"));
+    EXPECT_TRUE(WaitFor(5s, [&] { return testsupport::ReadFileBytes(log) == "1\r\r\n2\r\r\n"; }))
+        << testsupport::ReadFileBytes(log);
+    EXPECT_EQ(Count(child.Stderr(), "was disconnected"), 1u) << child.Stderr();
     child.Signal(SIGTERM);
-    EXPECT_TRUE(child.WaitExit(5s).has_value());
+    EXPECT_EQ(child.WaitExit(5s), 0);
+}
+
+TEST(RunCommand, RecordsWaitInOrderForALogThatCannotBeWrittenAndGoToStderrAtTheEnd) {
+    TempDir dir;
+    // The log's folder does not exist yet: every write fails.
+    fs::path folder = dir.path / "logs";
+    fs::path qx3 = testsupport::BuildConfigFile(
+        dir, "test",
+        R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
+            (folder / "out.log").string() + "\"}");
+    testsupport::PseudoTerminal pty;
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    ASSERT_TRUE(pty.Write("1\r2\r"));
+    ASSERT_TRUE(WaitFor(5s, [&] { return Count(child.Stderr(), "File I/O Error") == 1; }))
+        << child.Stderr();
+    ASSERT_TRUE(pty.Write("3\r"));
+    std::this_thread::sleep_for(1500ms); // retried in vain, not reported again
+    EXPECT_EQ(Count(child.Stderr(), "File I/O Error"), 1u) << child.Stderr();
+
+    // Once the folder exists, the waiting records are written in order.
+    fs::create_directory(folder);
+    fs::path log = folder / "out.log";
+    EXPECT_TRUE(WaitFor(5s, [&] {
+        return testsupport::ReadFileBytes(log) == "1\r\r\n2\r\r\n3\r\r\n";
+    })) << testsupport::ReadFileBytes(log);
+
+    // It fails again; the runtime stops with those records unwritten.
+    fs::rename(folder, dir.path / "gone");
+    ASSERT_TRUE(pty.Write("4\r5\r"));
+    ASSERT_TRUE(WaitFor(5s, [&] { return Count(child.Stderr(), "File I/O Error") == 2; }))
+        << child.Stderr();
+    child.Signal(SIGTERM);
+    EXPECT_EQ(child.WaitExit(5s), 1);
+    const std::string err = child.Stderr();
+    EXPECT_NE(err.find("2 records were not logged"), std::string::npos) << err;
+    EXPECT_NE(err.find("4\r\r\n5\r\r\n"), std::string::npos) << err;
+}
+
+TEST(RunCommand, VirtualInputThatCannotBeLoggedEndsTheRunAfterAFewRetries) {
+    TempDir dir;
+    fs::path qx3 = testsupport::BuildConfigFile(
+        dir, "test",
+        R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
+            (dir.path / "missing" / "out.log").string() + "\"}");
+    auto start = std::chrono::steady_clock::now();
+    auto result = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
+                             "12.5\r\n13.0\r\n", 20s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 8s);
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_EQ(Count(result.err, "File I/O Error Writing To: "), 1u) << result.err;
+    const std::string notLogged = "2 records were not logged";
+    ASSERT_NE(result.err.find(notLogged), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("12.5\r\r\n13.0\r\r\n", result.err.find(notLogged)),
+              std::string::npos)
+        << result.err;
+}
+
+TEST(RunCommand, AConfigurationThatStartsSuspendedSaysSoOnceAndReadsNothing) {
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir, R"(, "ActivateSuspended": -1, "DdeTopicName": "Bench2")");
+    testsupport::PseudoTerminal pty;
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    ASSERT_TRUE(pty.Write("1\r"));
+    ASSERT_TRUE(WaitFor(5s, [&] { return !child.Stderr().empty(); }));
+    std::this_thread::sleep_for(300ms);
+    const std::string err = child.Stderr();
+    EXPECT_EQ(Count(err, "Input is suspended"), 1u) << err;
+    EXPECT_EQ(err.rfind("Corvane - COM1 (S): ", 0), 0u) << err;
+    EXPECT_NE(err.find("corvane dde execute Corvane Bench2 \"{RESUME}\""), std::string::npos)
+        << err;
+    EXPECT_FALSE(fs::exists(dir.path / "out.log"));
+    child.Signal(SIGTERM);
+    EXPECT_EQ(child.WaitExit(5s), 0);
 }

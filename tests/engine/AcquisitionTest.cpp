@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <map>
 
 using namespace engine;
@@ -341,23 +342,35 @@ TEST(AcquisitionLoop, LogErrorRetriesAndCancelSuspends) {
     EXPECT_FALSE(r.state.RecordActive);
 }
 
-TEST(AcquisitionLoop, HeadlessLogErrorKeepsTheRecordAndHoldsInput) {
+TEST(AcquisitionLoop, HeadlessLogErrorKeepsEveryRecordInOrderAndReportsOnce) {
     Rig r;
     r.log.failure = "No space left on device";
     r.messages.answers = {config::MessageAnswer::Deferred};
     r.Start();
     r.Tick("1\r2\r");
+    r.Tick("3\r"); // input goes on; every record waits behind the first
     EXPECT_EQ(r.messages.shown.size(), 1u);
     EXPECT_TRUE(r.dispatch->LogPending());
-    EXPECT_EQ(r.port.input.size(), 2u); // "2\r" waits in the port
-    r.Tick();
+    EXPECT_EQ(r.state.RecordNumber, "3");
     r.log.failure.clear();
     r.Tick(); // less than a second since the last try
     EXPECT_TRUE(r.log.lines.empty());
     r.clock.Advance(1000);
-    r.Tick();
-    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "2\r"}));
-    EXPECT_EQ(r.messages.shown.size(), 1u);
+    r.Tick("4\r");
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "2\r", "3\r", "4\r"}));
+    EXPECT_FALSE(r.dispatch->LogPending());
+    ASSERT_EQ(r.messages.shown.size(), 2u); // and once that it works again
+    EXPECT_EQ(r.messages.shown[1].icon, config::MessageIcon::Information);
+
+    // A new failure is a new report; what is still unwritten at the end is
+    // handed back, oldest first.
+    r.log.failure = "Input/output error";
+    r.messages.answers = {config::MessageAnswer::Deferred};
+    r.Tick("5\r6\r");
+    EXPECT_EQ(r.messages.shown.size(), 3u);
+    auto unwritten = r.dispatch->TakeUnwrittenLines();
+    EXPECT_EQ(unwritten, (std::deque<std::string>{"5\r\r\n", "6\r\r\n"}));
+    EXPECT_FALSE(r.dispatch->LogPending());
 }
 
 TEST(AcquisitionLoop, AnIntervalOfZeroSendsNothingEvenWithTheTimerEnabled) {
@@ -370,4 +383,24 @@ TEST(AcquisitionLoop, AnIntervalOfZeroSendsNothingEvenWithTheTimerEnabled) {
         r.Tick();
     EXPECT_EQ(r.port.written, "");
     EXPECT_EQ(r.state.NextTimedOutput, 0);
+}
+
+TEST(AcquisitionLoop, ResetDiscardsWhatWasReceivedAndNotFramed) {
+    // Bytes the one-shot record left unread are discarded with the port's
+    // buffers, on a real port and on the virtual device alike.
+    for (bool real : {true, false}) {
+        Rig r;
+        r.port.real = real;
+        r.state.RunMode = real ? Normal : VirtualDevice;
+        r.Start();
+        r.loop->ToggleSuspend();
+        r.loop->ResumeForOneRecord();
+        r.Tick("1\r2\r3");
+        ASSERT_EQ(r.log.lines, std::vector<std::string>{"1\r"});
+        r.loop->Reset();
+        EXPECT_EQ(r.port.calls, std::vector<std::string>{"purge"});
+        r.loop->ToggleSuspend();
+        r.Tick("4\r");
+        EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "4\r"})) << real;
+    }
 }
