@@ -12,20 +12,23 @@
 
 namespace benchrig {
 
-// Serves the same record again and again, up to limit bytes in all.
+// Serves the same record again and again, up to limit bytes in all. The
+// record is repeated in a block of at least 64 KiB, so that a read is one
+// copy, as the kernel's is.
 class StreamPort : public serial::Port {
 public:
-    std::string data;
     std::size_t pos = 0, limit = 0;
+    void SetRecord(const std::string& record) {
+        data.clear();
+        while (data.size() < 65536)
+            data += record;
+        period = record.size();
+    }
     std::size_t Read(std::uint8_t* buffer, std::size_t size) override {
-        std::size_t n = 0;
-        while (n < size && pos < limit) {
-            const std::size_t at = pos % data.size();
-            const std::size_t take = std::min({size - n, limit - pos, data.size() - at});
-            std::memcpy(buffer + n, data.data() + at, take);
-            n += take;
-            pos += take;
-        }
+        const std::size_t at = pos % period;
+        const std::size_t n = std::min({size, limit - pos, data.size() - at});
+        std::memcpy(buffer, data.data() + at, n);
+        pos += n;
         return n;
     }
     void FlushPendingOutput(std::string& p) override { p.clear(); }
@@ -36,14 +39,18 @@ public:
     void SetCommBreak() override {}
     void ClearCommBreak() override {}
     void ClosePort() override {}
+
+private:
+    std::string data;
+    std::size_t period = 1;
 };
 
 class CountingLog : public output::LogWriter {
 public:
     std::size_t lines = 0, bytes = 0;
-    std::string Append(const std::string&, const std::string& line) override {
+    std::string AppendLine(const std::string&, const std::string& text) override {
         ++lines;
-        bytes += line.size();
+        bytes += text.size() + 2;
         return "";
     }
 };
@@ -78,7 +85,7 @@ struct EngineRig {
             cfg.FieldExpression[1] = "field(1)*1000";
             cfg.FieldFormat[1] = "0.0";
         }
-        port.data = RecordOf(w);
+        port.SetRecord(RecordOf(w));
         dispatch = std::make_unique<output::RecordDispatch>(cfg, state, clock, messages, locale,
                                                             log, "/tmp");
         loop = std::make_unique<engine::Acquisition>(cfg, state, port, clock, messages, locale,

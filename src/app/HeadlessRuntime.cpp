@@ -196,7 +196,7 @@ void HeadlessRuntime::ReportUnwrittenRecords() {
                        " not logged: they could not be written to " + cfg_.LogFileName +
                        ". Here they are, each as its log line:\n";
     for (const std::string& line : lines)
-        text += line;
+        text += line + "\r\n";
     ReportMessage(RuntimeCaptionFor() + " ERROR!", text);
     exitStatus_ = 1;
 }

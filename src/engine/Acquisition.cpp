@@ -32,13 +32,16 @@ Acquisition::Acquisition(config::Config& cfg, RuntimeState& state, serial::Port&
                          config::MessageSink& messages, const Locale& locale,
                          output::RecordDispatch& dispatch)
     : cfg_(cfg), state_(state), port_(port), clock_(clock), messages_(messages), locale_(locale),
-      dispatch_(dispatch), evaluator_(locale) {}
+      dispatch_(dispatch), fields_(locale) {}
 
 void Acquisition::Activate() {
     state_.EndChars = config::ApplyActivationDerivations(cfg_);
-    dispatch_.BuildOutputTranslation();
+    dispatch_.Activate();
+    fields_.Activate(cfg_, state_);
     state_.TimedOutputFlags = cfg_.TimerEnabled;
     state_.CurField = 1;
+    const int delimiter =
+        cfg_.DelimiterChar.empty() ? -1 : static_cast<unsigned char>(cfg_.DelimiterChar[0]);
     for (int i = 0; i < 256; ++i) {
         const std::string& entry = cfg_.PreInputTranslation[static_cast<std::size_t>(i)];
         auto& kind = preInputKind_[static_cast<std::size_t>(i)];
@@ -51,12 +54,47 @@ void Acquisition::Activate() {
         byte = kind == PreInput::Void ? static_cast<std::uint8_t>(std::to_string(i)[0])
                : entry.empty()        ? static_cast<std::uint8_t>(i)
                                       : static_cast<std::uint8_t>(entry[0]);
+
+        const char c = static_cast<char>(i);
+        bool starts = true;
+        switch (cfg_.StartOfRecordEvent) {
+        case 1:
+            starts = i >= 32 && i <= 126;
+            break;
+        case 2:
+            starts = c == locale_.DecimalSeparator || (c >= '0' && c <= '9') || c == '-';
+            break;
+        case 3:
+            starts = cfg_.StartOfRecordChars.find(c) != std::string::npos;
+            break;
+        }
+        byteClass_[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(
+            (starts ? StartsRecord : 0) |
+            (state_.EndChars.find(c) != std::string::npos ? EndsRecord : 0) |
+            (i == delimiter ? Delimiter : 0));
     }
+    preInputIsIdentity_ = true;
+    for (int i = 0; i < 256; ++i) {
+        const auto b = static_cast<std::size_t>(i);
+        preInputIsIdentity_ = preInputIsIdentity_ && preInputByte_[b] == b;
+        const std::uint8_t framing = byteClass_[preInputByte_[b]];
+        runClass_[b] = preInputKind_[b] != PreInput::Replace || (i == 13 && cfg_.FlowControl == 3) ||
+                               (framing & Delimiter)
+                           ? NotPlain
+                       : framing & EndsRecord ? PlainEnd
+                                              : Plain;
+    }
+    const int mode = cfg_.RecordMode;
+    runsAppend_ = mode == 0 || mode == 1 || mode == 2 || mode == 4;
+    runsEndRecords_ = mode == 0 || mode == 2;
+    receivedPos_ = receivedLen_ = 0;
     if (cfg_.ActivateSuspended)
         ToggleSuspend();
 }
 
-void Acquisition::Timer1_Timer() {
+// Flattened: the byte loop is the hot path, and inlining what it calls (the
+// string appends among them) keeps it free of calls for ordinary bytes.
+[[gnu::flatten]] void Acquisition::Timer1_Timer() {
     if (state_.InTick)
         return;
     TickGuard guard(state_.InTick);
@@ -90,8 +128,25 @@ void Acquisition::Timer1_Timer() {
             if (receivedLen_ == 0)
                 break;
         }
+        if (runsAppend_ && state_.RecordActive) {
+            const std::uint8_t* begin = received_.data() + receivedPos_;
+            const std::uint8_t* end = received_.data() + receivedLen_;
+            const std::uint8_t* p = begin;
+            while (p != end && runClass_[*p] == Plain)
+                ++p;
+            const bool closes = runsEndRecords_ && p != end && runClass_[*p] == PlainEnd;
+            if (closes)
+                ++p;
+            if (p != begin) {
+                receivedPos_ += static_cast<std::size_t>(p - begin);
+                Step([&] { FrameRun(begin, p, closes); });
+                if (state_.Suspended)
+                    return;
+                continue;
+            }
+        }
         const std::uint8_t byte = received_[receivedPos_++];
-        Step([&] { ProcessByte(byte); });
+        Step([&] { FrameByte(state_, cfg_, byte); });
         // A one-shot record or a cancelled log write suspends input: the
         // rest stays unread until input resumes.
         if (state_.Suspended)
@@ -146,151 +201,158 @@ void Acquisition::TimedOutput() {
         next > INT32_MAX || next < INT32_MIN ? 0 : static_cast<std::int32_t>(next);
 }
 
-bool Acquisition::IsEndChar(std::uint8_t c) const {
-    return state_.EndChars.find(static_cast<char>(c)) != std::string::npos;
-}
-
-bool Acquisition::PassesStartRule(std::uint8_t c) const {
-    switch (cfg_.StartOfRecordEvent) {
-    case 1:
-        return c >= 32 && c <= 126;
-    case 2:
-        return c == static_cast<std::uint8_t>(locale_.DecimalSeparator) || (c >= '0' && c <= '9') ||
-               c == '-';
-    case 3:
-        return cfg_.StartOfRecordChars.find(static_cast<char>(c)) != std::string::npos;
-    default:
-        return true;
-    }
-}
-
 void Acquisition::ProcessByte(std::uint8_t byte) {
-    const std::uint8_t received = byte;
-    state_.InChar = byte;
+    FrameByte(state_, cfg_, byte);
+}
+
+// The per-byte path: inlined into the byte loop.
+[[gnu::always_inline]] inline void Acquisition::FrameByte(RuntimeState& state,
+                                                          const config::Config& cfg,
+                                                          std::uint8_t byte) {
+    state.InChar = byte;
     // A. The Opto-RS handshake: a prompt at every other carriage return; a
     // record in progress when the echo's carriage return arrives is spoiled.
-    if (byte == 13 && cfg_.FlowControl == 3) {
-        if (state_.OptoEchoPending) {
-            if (state_.RecordActive)
-                state_.VoidRecord = true;
-            state_.OptoEchoPending = false;
+    if (byte == 13 && cfg.FlowControl == 3) {
+        if (state.OptoEchoPending) {
+            if (state.RecordActive)
+                state.VoidRecord = true;
+            state.OptoEchoPending = false;
         } else {
-            state_.PendingOutput += "?\r";
-            state_.OptoEchoPending = true;
+            state.PendingOutput += "?\r";
+            state.OptoEchoPending = true;
         }
     }
     // B. Pre-input translation.
-    const PreInput kind = preInputKind_[state_.InChar];
+    const PreInput kind = preInputKind_[byte];
     if (kind == PreInput::Ignore) {
-        state_.LastCharWasSpace = received == 32;
+        state.LastCharWasSpace = byte == 32;
         return;
     }
-    const bool voidEntry = kind == PreInput::Void;
-    if (voidEntry && state_.RecordActive)
-        state_.VoidRecord = true;
-    state_.InChar = preInputByte_[state_.InChar];
+    if (kind == PreInput::Void && state.RecordActive)
+        state.VoidRecord = true;
+    const std::uint8_t c = preInputByte_[byte];
+    state.InChar = c;
+    const std::uint8_t byteClass = byteClass_[c];
     // C. Start of record.
-    if (!state_.RecordActive && !PassesStartRule(state_.InChar)) {
-        state_.LastCharWasSpace = state_.InChar == 32;
-        return;
+    if (!state.RecordActive) {
+        if (!(byteClass & StartsRecord)) {
+            state.LastCharWasSpace = c == 32;
+            return;
+        }
+        // D.
+        state.RecordActive = true;
     }
-    // D.
-    state_.RecordActive = true;
-    if (voidEntry)
-        state_.VoidRecord = true;
+    if (kind == PreInput::Void)
+        state.VoidRecord = true;
     // E/F. Framing, completing the record where the framing says.
-    Frame();
+    Frame(state, cfg, c, byteClass);
     // G.
-    state_.LastCharWasSpace = state_.InChar == 32;
+    state.LastCharWasSpace = c == 32;
 }
 
-void Acquisition::Append(int field) {
-    AppendFiltered(field, cfg_, state_, locale_);
-}
-
-void Acquisition::NextField(int cap) {
-    state_.CurField = static_cast<std::int16_t>(std::min(state_.CurField + 1, cap));
-}
-
-void Acquisition::Frame() {
-    const std::uint8_t c = state_.InChar;
-    const bool isDelimiter =
-        !cfg_.DelimiterChar.empty() && c == static_cast<std::uint8_t>(cfg_.DelimiterChar[0]);
-    const bool spaceRun = isDelimiter && c == ' ' && state_.LastCharWasSpace;
-    auto fieldLengthReached = [&] {
-        return state_.CurField >= 1 && state_.CurField <= config::MaxFields &&
-               state_.CharsInField == cfg_.FieldLength[static_cast<std::size_t>(state_.CurField)];
+[[gnu::always_inline]] inline void Acquisition::Frame(RuntimeState& state,
+                                                      const config::Config& cfg, std::uint8_t c,
+                                                      std::uint8_t byteClass) {
+    const bool isDelimiter = byteClass & Delimiter;
+    const bool isEnd = byteClass & EndsRecord;
+    auto append = [&](int field) __attribute__((always_inline)) {
+        fields_.AppendFiltered(field, c, state);
     };
-    switch (cfg_.RecordMode) {
+    auto nextField = [&] {
+        state.CurField = static_cast<std::int16_t>(std::min(state.CurField + 1, 41));
+    };
+    auto spaceRun = [&] { return c == ' ' && state.LastCharWasSpace; };
+    auto fieldLengthReached = [&] {
+        return state.CurField >= 1 && state.CurField <= config::MaxFields &&
+               state.CharsInField == cfg.FieldLength[static_cast<std::size_t>(state.CurField)];
+    };
+    switch (cfg.RecordMode) {
     case 1:
-        Append(1);
-        state_.IdleTicks = 0;
+        append(1);
+        state.IdleTicks = 0;
         return;
     case 3:
-        Append(state_.CurField);
-        ++state_.CharsInField;
-        ++state_.CharsInRecord;
+        append(state.CurField);
+        ++state.CharsInField;
+        ++state.CharsInRecord;
         if (fieldLengthReached()) {
-            NextField(41);
-            state_.CharsInField = 0;
+            nextField();
+            state.CharsInField = 0;
         }
-        if (state_.CharsInRecord == cfg_.RecordLength) {
-            state_.CurField = 1;
-            state_.CharsInRecord = 0;
-            state_.CharsInField = 0;
+        if (state.CharsInRecord == cfg.RecordLength) {
+            state.CurField = 1;
+            state.CharsInRecord = 0;
+            state.CharsInField = 0;
             CompleteRecord();
         }
         return;
     case 4:
-        state_.IdleTicks = 0;
+        state.IdleTicks = 0;
         if (!isDelimiter)
-            Append(state_.CurField);
-        else if (!spaceRun)
-            NextField(41);
+            append(state.CurField);
+        else if (!spaceRun())
+            nextField();
         return;
     case 5:
     case 6:
-        if (cfg_.RecordMode == 5)
-            state_.IdleTicks = 0;
-        Append(state_.CurField);
-        ++state_.CharsInField;
+        if (cfg.RecordMode == 5)
+            state.IdleTicks = 0;
+        append(state.CurField);
+        ++state.CharsInField;
         if (fieldLengthReached()) {
-            NextField(41);
-            state_.CharsInField = 0;
+            nextField();
+            state.CharsInField = 0;
         }
-        if (cfg_.RecordMode == 6 && IsEndChar(c)) {
-            state_.CharsInField = 0;
-            state_.CurField = 1;
+        if (cfg.RecordMode == 6 && isEnd) {
+            state.CharsInField = 0;
+            state.CurField = 1;
             CompleteRecord();
         }
         return;
     default: // 0 and 2: ended by an end character
         if (!isDelimiter) {
-            Append(state_.CurField);
-            if (IsEndChar(c)) {
-                state_.CurField = 1;
+            append(state.CurField);
+            if (isEnd) {
+                state.CurField = 1;
                 CompleteRecord();
             }
             return;
         }
-        if (cfg_.NumFields < 2) {
-            Append(state_.CurField);
-        } else if (!spaceRun) {
-            NextField(41);
+        if (cfg.NumFields < 2) {
+            append(state.CurField);
+        } else if (!spaceRun()) {
+            nextField();
         }
         // A delimiter that is also the end character ends the record only
         // after the last field.
-        if (state_.CurField > cfg_.NumFields && IsEndChar(c)) {
-            state_.CurField = 1;
+        if (state.CurField > cfg.NumFields && isEnd) {
+            state.CurField = 1;
             CompleteRecord();
         }
+    }
+}
+
+void Acquisition::FrameRun(const std::uint8_t* begin, const std::uint8_t* end, bool closes) {
+    const int mode = cfg_.RecordMode;
+    fields_.AppendRun(mode == 1 ? 1 : state_.CurField, begin, end, preInputByte_,
+                      preInputIsIdentity_, state_);
+    const std::uint8_t last = preInputByte_[end[-1]];
+    state_.InChar = last;
+    state_.LastCharWasSpace = last == 32;
+    if (mode == 1 || mode == 4)
+        state_.IdleTicks = 0;
+    if (closes) {
+        state_.CurField = 1;
+        CompleteRecord();
+        state_.LastCharWasSpace = last == 32;
     }
 }
 
 void Acquisition::CompleteRecord() {
     state_.RecordActive = false;
     state_.LastCharWasSpace = false;
-    state_.PendingOutput += cfg_.AckString;
+    if (!cfg_.AckString.empty())
+        state_.PendingOutput += cfg_.AckString;
     if (cfg_.BeepOnInput)
         messages_.Beep(state_.SpecialBeep);
     const int n = std::clamp<int>(cfg_.NumFields, 1, config::MaxFields);
@@ -300,7 +362,7 @@ void Acquisition::CompleteRecord() {
         state_.VoidRecord = false;
         return;
     }
-    Step([&] { ProcessFields(state_, cfg_, evaluator_, locale_); });
+    Step([&] { fields_.ProcessFields(state_, cfg_); });
     Step([&] { dispatch_.Deliver(); });
     if (state_.OneShotRecord) {
         if (!state_.Suspended)

@@ -9,7 +9,7 @@
 #include "config/Config.h"
 #include "config/MessageSink.h"
 #include "engine/Clock.h"
-#include "engine/Expression.h"
+#include "engine/FieldProcessing.h"
 #include "engine/Locale.h"
 #include "engine/RuntimeState.h"
 #include "output/RecordDispatch.h"
@@ -60,11 +60,17 @@ public:
 
 private:
     void TimedOutput();
-    void Append(int field);
-    void NextField(int cap);
-    bool IsEndChar(std::uint8_t c) const;
-    bool PassesStartRule(std::uint8_t c) const;
-    void Frame();
+    // ProcessByte's work with the state and settings as parameters, so that
+    // the per-byte path keeps them in registers (each one-byte store to the
+    // state could otherwise alias this object and force them to be read
+    // again).
+    void FrameByte(RuntimeState& state, const config::Config& cfg, std::uint8_t byte);
+    void Frame(RuntimeState& state, const config::Config& cfg, std::uint8_t c,
+               std::uint8_t byteClass);
+    // Frames a run of plain bytes of an open record at once (see runClass_);
+    // with closes, the run's last byte is the end character that completes
+    // the record.
+    void FrameRun(const std::uint8_t* begin, const std::uint8_t* end, bool closes);
 
     config::Config& cfg_;
     RuntimeState& state_;
@@ -73,11 +79,27 @@ private:
     config::MessageSink& messages_;
     const Locale& locale_;
     output::RecordDispatch& dispatch_;
-    Evaluator evaluator_;
+    FieldProcessor fields_;
     // The pre-input table read once at activation: what each byte becomes.
     enum class PreInput : std::uint8_t { Replace, Ignore, Void };
     std::array<PreInput, 256> preInputKind_{};
     std::array<std::uint8_t, 256> preInputByte_{};
+    // What each (translated) byte is to framing, also resolved at activation.
+    enum ByteClass : std::uint8_t { StartsRecord = 1, EndsRecord = 2, Delimiter = 4 };
+    std::array<std::uint8_t, 256> byteClass_{};
+    // A plain byte needs no pre-input action, is not the Opto-RS carriage
+    // return, and is neither a delimiter nor an end character once
+    // translated. Inside an open record in the modes that append every byte
+    // to the current field (0, 1, 2, 4), all a run of plain bytes does is add
+    // to that field's text and set InChar, LastCharWasSpace (and IdleTicks):
+    // such runs are framed at once, with exactly the result of framing them
+    // byte by byte. In the modes ended by an end character (0, 2), an end
+    // character that is otherwise plain closes the run and the record.
+    enum RunClass : std::uint8_t { NotPlain = 0, Plain = 1, PlainEnd = 2 };
+    std::array<std::uint8_t, 256> runClass_{};
+    bool preInputIsIdentity_ = true;
+    bool runsAppend_ = false;
+    bool runsEndRecords_ = false;
     // Bytes taken from the port and not framed yet; framing stays one byte
     // at a time, and what a suspension leaves here is framed when input
     // resumes (the reset discards it with the port's buffers).

@@ -6,73 +6,81 @@
 
 namespace engine {
 
-namespace {
-
-char FilterLetter(int fieldIndex, const config::Config& cfg) {
-    if (fieldIndex < 1 || fieldIndex > config::MaxFields)
-        return 'C'; // the overflow field keeps what arrives
-    const std::string& f = cfg.FieldFilter[static_cast<std::size_t>(fieldIndex)];
-    return f.empty() ? 'C' : f[0];
+std::string& MakeFieldText(Value& field, const Locale& locale) {
+    field = Value::Text(field.ToText(locale));
+    return field.TextRef();
 }
 
-bool IsNumericChar(char c, const Locale& locale) {
-    return (c >= '0' && c <= '9') || c == '-' || c == locale.DecimalSeparator;
-}
-
-// The field's text, turning a field that is not text yet into text.
-std::string& FieldText(RuntimeState& state, int fieldIndex, const Locale& locale) {
-    Value& v = state.FieldValue[static_cast<std::size_t>(fieldIndex)];
-    if (!v.IsText())
-        v = Value::Text(v.ToText(locale));
-    return v.TextRef();
-}
-
-} // namespace
-
-namespace {
-
-// The characters (at most two) the byte becomes in field fieldIndex.
-std::size_t FilteredChars(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
-                          const Locale& locale, char out[2]) {
-    const char c = static_cast<char>(state.InChar);
-    switch (FilterLetter(fieldIndex, cfg)) {
-    case 'N':
-        out[0] = c;
-        return IsNumericChar(c, locale) ? 1 : 0;
-    case 'I':
-        return 0;
-    case 'B': {
-        static const char hex[] = "0123456789ABCDEF";
-        out[0] = hex[state.InChar >> 4];
-        out[1] = hex[state.InChar & 15];
-        return 2;
+void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& state) {
+    for (int f = 0; f <= 41; ++f) {
+        const std::string letter = f >= 1 && f <= config::MaxFields
+                                       ? cfg.FieldFilter[static_cast<std::size_t>(f)]
+                                       : std::string("C");
+        const char l = letter.empty() ? 'C' : letter[0];
+        auto& filter = filter_[static_cast<std::size_t>(f)];
+        filter = l == 'I'   ? InputFilter::Ignore
+                 : l == 'N' ? InputFilter::Numeric
+                 : l == 'B' ? InputFilter::Binary
+                            : InputFilter::Keep; // C, H, O and any other letter
+        base_[static_cast<std::size_t>(f)] = l == 'H' ? 16 : l == 'O' ? 8 : 0;
     }
-    default:
+    anyTranslated_ = anyDropped_ = false;
+    for (int c = 0; c < 256; ++c) {
+        const std::string& out = state.OutputTranslation[static_cast<std::size_t>(c)];
         // Outside Log To Disk mode a character whose output translation is
         // the single NUL is dropped as it arrives.
-        if (cfg.TransferMode != config::LogToDisk) {
-            const std::string& translated = state.OutputTranslation[state.InChar];
-            if (translated.size() == 1 && translated[0] == '\0')
-                return 0;
-        }
-        out[0] = c;
-        return 1;
+        droppedAtInput_[static_cast<std::size_t>(c)] =
+            cfg.TransferMode != config::LogToDisk && out.size() == 1 && out[0] == '\0';
+        notDropped_[static_cast<std::size_t>(c)] = !droppedAtInput_[static_cast<std::size_t>(c)];
+        anyDropped_ = anyDropped_ || droppedAtInput_[static_cast<std::size_t>(c)];
+        numeric_[static_cast<std::size_t>(c)] =
+            (c >= '0' && c <= '9') || c == '-' || c == static_cast<unsigned char>(locale_.DecimalSeparator);
+        const bool translated = out.size() != 1 || static_cast<unsigned char>(out[0]) != c;
+        translated_[static_cast<std::size_t>(c)] = translated;
+        anyTranslated_ = anyTranslated_ || translated;
     }
 }
 
-} // namespace
-
-std::string FilterInputChar(int fieldIndex, const config::Config& cfg, const RuntimeState& state,
-                            const Locale& locale) {
-    char out[2];
-    return std::string(out, FilteredChars(fieldIndex, cfg, state, locale, out));
-}
-
-void AppendFiltered(int fieldIndex, const config::Config& cfg, RuntimeState& state,
-                    const Locale& locale) {
-    char out[2];
-    if (std::size_t n = FilteredChars(fieldIndex, cfg, state, locale, out))
-        FieldText(state, fieldIndex, locale).append(out, n);
+void FieldProcessor::AppendRun(int fieldIndex, const std::uint8_t* begin, const std::uint8_t* end,
+                               const std::array<std::uint8_t, 256>& map, bool mapIsIdentity,
+                               RuntimeState& state) const {
+    const InputFilter filter = filter_[static_cast<std::size_t>(fieldIndex)];
+    if (filter == InputFilter::Ignore || begin == end)
+        return;
+    std::string& text =
+        FieldTextOf(state.FieldValue[static_cast<std::size_t>(fieldIndex)], locale_);
+    if (filter == InputFilter::Binary) {
+        for (const std::uint8_t* p = begin; p != end; ++p) {
+            char out[2];
+            text.append(out, Filtered(fieldIndex, map[*p], out));
+        }
+        return;
+    }
+    // Keep and Numeric keep a byte or drop it: the bytes are gathered into a
+    // buffer without a branch per byte and appended in pieces.
+    const bool numeric = filter == InputFilter::Numeric;
+    if (mapIsIdentity && !numeric && !anyDropped_) {
+        text.append(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
+        return;
+    }
+    const std::array<bool, 256>& kept = numeric ? numeric_ : notDropped_;
+    if (mapIsIdentity) {
+        const std::uint8_t* p = begin;
+        while (p != end && kept[*p])
+            ++p;
+        text.append(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(p - begin));
+        begin = p;
+    }
+    char buffer[256];
+    while (begin != end) {
+        std::size_t n = 0;
+        for (std::size_t k = 0; k < sizeof buffer && begin != end; ++k, ++begin) {
+            const std::uint8_t c = map[*begin];
+            buffer[n] = static_cast<char>(c);
+            n += kept[c];
+        }
+        text.append(buffer, n);
+    }
 }
 
 bool ConvertBase(const std::string& text, int base, long& value) {
@@ -102,40 +110,35 @@ bool ConvertBase(const std::string& text, int base, long& value) {
     return true;
 }
 
-void ProcessFields(RuntimeState& state, const config::Config& cfg, Evaluator& evaluator,
-                   const Locale& locale) {
+void FieldProcessor::ProcessFields(RuntimeState& state, const config::Config& cfg) {
     const int numFields = std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
     for (int i = 1; i <= numFields; ++i) {
         Value& field = state.FieldValue[static_cast<std::size_t>(i)];
-        char filter = FilterLetter(i, cfg);
-        if (filter == 'H' || filter == 'O') {
+        if (const int base = base_[static_cast<std::size_t>(i)]) {
             long v = 0;
-            if (ConvertBase(field.ToText(locale), filter == 'H' ? 16 : 8, v))
+            if (ConvertBase(field.ToText(locale_), base, v))
                 field = Value::Text(std::to_string(v));
         }
         const std::string& expression = cfg.FieldExpression[static_cast<std::size_t>(i)];
         if (!expression.empty())
-            evaluator.EvaluateExpression(expression, field, state.FieldValue);
+            evaluator_.EvaluateExpression(expression, field, state.FieldValue);
         const std::string& format = cfg.FieldFormat[static_cast<std::size_t>(i)];
         if (!format.empty())
-            field = Value::Text(FormatValue(field, format, locale));
-        if (!field.IsText())
-            field = Value::Text(field.ToText(locale));
-        std::string& text = field.TextRef();
-        // Most characters translate to themselves; rebuild only from the
-        // first one that does not.
-        std::size_t k = 0;
-        for (; k < text.size(); ++k) {
-            const std::string& out = state.OutputTranslation[static_cast<unsigned char>(text[k])];
-            if (out.size() != 1 || out[0] != text[k])
-                break;
-        }
-        if (k < text.size()) {
-            std::string translated = text.substr(0, k);
-            for (; k < text.size(); ++k)
-                translated += state.OutputTranslation[static_cast<unsigned char>(text[k])];
-            text = std::move(translated);
-        }
+            field = Value::Text(FormatValue(field, format, locale_));
+        std::string& text = FieldTextOf(field, locale_);
+        if (!anyTranslated_)
+            continue;
+        // Rebuild only from the first character that translates to
+        // something else.
+        auto first = std::find_if(text.begin(), text.end(), [&](char c) {
+            return translated_[static_cast<unsigned char>(c)];
+        });
+        if (first == text.end())
+            continue;
+        std::string out(text.begin(), first);
+        for (auto k = first; k != text.end(); ++k)
+            out += state.OutputTranslation[static_cast<unsigned char>(*k)];
+        text = std::move(out);
     }
 }
 

@@ -44,6 +44,9 @@ public:
     const std::string& AsText() const { return std::get<6>(data_); }
     // The text of a text value, for appending in place.
     std::string& TextRef() { return std::get<6>(data_); }
+    // The text if the value is one, else null.
+    std::string* TextIf() { return std::get_if<6>(&data_); }
+    const std::string* TextIf() const { return std::get_if<6>(&data_); }
 
     // The value as text, as a field shows it: numbers in the general number
     // format, booleans as "True"/"False", empty as "".

@@ -11,12 +11,13 @@
 
 namespace output {
 
-std::string FileLogWriter::Append(const std::string& path, const std::string& line) {
+std::string FileLogWriter::AppendLine(const std::string& path, const std::string& text) {
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::app);
     if (!out)
         return errno ? std::strerror(errno) : "the file cannot be opened";
-    out.write(line.data(), static_cast<std::streamsize>(line.size()));
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.write("\r\n", 2);
     out.close();
     if (!out)
         return errno ? std::strerror(errno) : "the file cannot be written";
@@ -38,6 +39,11 @@ RecordDispatch::RecordDispatch(config::Config& cfg, engine::RuntimeState& state,
                                const engine::Locale& locale, LogWriter& log, std::string home)
     : cfg_(cfg), state_(state), clock_(clock), messages_(messages), locale_(locale), log_(log),
       home_(std::move(home)) {}
+
+void RecordDispatch::Activate() {
+    BuildOutputTranslation();
+    logPath_ = MapLogPath(cfg_.LogFileName, home_);
+}
 
 void RecordDispatch::BuildOutputTranslation() {
     for (int i = 0; i < 256; ++i) {
@@ -75,38 +81,44 @@ void EmptyField(engine::Value& field) {
         field = engine::Value::Text("");
 }
 
-// Adds one to a plain decimal counter in place; false for any other text,
-// and from 15 digits on, where the general number format takes over.
+// Adds one to a counter written as plain decimal digits (no leading zero),
+// in place; false for any other text, and from 15 digits on, where the
+// general number format takes over.
 bool IncrementDigits(std::string& text) {
-    if (text.empty() || text.size() >= 15 ||
-        !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }))
+    const std::size_t n = text.size();
+    char* d = text.data();
+    if (n == 0 || n >= 15 || (d[0] == '0' && n > 1))
         return false;
-    for (std::size_t i = text.size(); i-- > 0;) {
-        if (text[i] != '9') {
-            ++text[i];
-            return true;
-        }
-        text[i] = '0';
+    std::size_t nines = 0; // trailing nines, which become zeros
+    for (std::size_t i = 0; i < n; ++i) {
+        if (d[i] < '0' || d[i] > '9')
+            return false;
+        nines = d[i] == '9' ? nines + 1 : 0;
     }
-    text.insert(text.begin(), '1');
+    for (std::size_t i = n - nines; i < n; ++i)
+        d[i] = '0';
+    if (nines == n)
+        text.insert(text.begin(), '1');
+    else
+        ++d[n - nines - 1];
     return true;
 }
 
 } // namespace
 
 void RecordDispatch::IncreaseRecordNumber() {
-    // The counter is text that the user (or another program) may change; the
-    // number is read from it again only when it differs from what was last
-    // written.
-    if (state_.RecordNumber != counterText_ || !IncrementDigits(counterText_)) {
-        double counter = engine::LeadingNumber(state_.RecordNumber, locale_.DecimalSeparator) + 1;
-        if (counter > -1e15 && counter < 1e15 &&
-            counter == static_cast<double>(static_cast<long long>(counter)))
-            counterText_ = std::to_string(static_cast<long long>(counter));
-        else
-            counterText_ = engine::GeneralNumber(counter, false, locale_);
-    }
-    state_.RecordNumber = counterText_;
+    // The counter is text that the user (or another program) may change: it
+    // is read as a number (text that is none counts as 0), increased and
+    // written back in the general number format. Plain digits, which is what
+    // it holds unless someone wrote something else, are counted in place.
+    std::string& counter = state_.RecordNumber;
+    if (IncrementDigits(counter))
+        return;
+    const double next = engine::LeadingNumber(counter, locale_.DecimalSeparator) + 1;
+    if (next > -1e15 && next < 1e15 && next == static_cast<double>(static_cast<long long>(next)))
+        counter = std::to_string(static_cast<long long>(next));
+    else
+        counter = engine::GeneralNumber(next, false, locale_);
 }
 
 void RecordDispatch::BuildRecordText() {
@@ -173,30 +185,46 @@ void RecordDispatch::Deliver() {
 }
 
 void RecordDispatch::DeliverLog() {
-    ShowFields();
-    BuildRecordText();
-    recordText_ += "\r\n";
-    IncreaseRecordNumber();
-    WriteLogLine(recordText_);
-}
-
-const std::string& RecordDispatch::LogPath() {
-    if (logName_ != cfg_.LogFileName || logPath_.empty()) {
-        logName_ = cfg_.LogFileName;
-        logPath_ = MapLogPath(logName_, home_);
+    // In one pass: each field is shown, added to the line with its postamble
+    // and emptied (keeping its storage for the next record).
+    const int n = FieldCount(cfg_);
+    bool macros = !cfg_.RecordPreamble.empty();
+    recordText_.clear();
+    if (macros)
+        recordText_ = engine::ExpandDateTimeTokens(cfg_.RecordPreamble, clock_);
+    for (int i = 1; i <= n; ++i) {
+        auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
+        std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
+        if (const std::string* text = field.TextIf())
+            shown.assign(*text);
+        else
+            shown = field.ToText(locale_);
+        EmptyField(field);
+        if (dde)
+            dde->FieldChanged(i, shown);
+        const std::string& postamble = cfg_.FieldPostamble[static_cast<std::size_t>(i)];
+        if (n == 1 && !macros && postamble.empty())
+            break; // the line is the one field's text as shown
+        recordText_ += shown;
+        if (!postamble.empty()) {
+            recordText_ += engine::ExpandDateTimeTokens(postamble, clock_);
+            macros = true;
+        }
     }
-    return logPath_;
+    EmptyField(state_.FieldValue[static_cast<std::size_t>(n + 1)]);
+    IncreaseRecordNumber();
+    WriteLogLine(n == 1 && !macros ? state_.FieldText[1] : recordText_);
 }
 
-void RecordDispatch::WriteLogLine(const std::string& line) {
+void RecordDispatch::WriteLogLine(const std::string& text) {
     if (!pendingLines_.empty()) {
         // The failure was reported when the first line had to wait; later
         // lines wait behind it so that the log keeps the records' order.
-        pendingLines_.push_back(line);
+        pendingLines_.push_back(text);
         return;
     }
     while (true) {
-        std::string error = log_.Append(LogPath(), line);
+        std::string error = log_.AppendLine(logPath_, text);
         if (error.empty())
             return;
         messages_.Beep();
@@ -209,7 +237,7 @@ void RecordDispatch::WriteLogLine(const std::string& line) {
             continue;
         case config::MessageAnswer::Deferred:
             // Nobody can answer: keep the line and try again once a second.
-            pendingLines_.push_back(line);
+            pendingLines_.push_back(text);
             lastRetry_ = clock_.TickCount();
             return;
         default:
@@ -222,7 +250,7 @@ void RecordDispatch::WriteLogLine(const std::string& line) {
 
 void RecordDispatch::WritePendingLines() {
     std::size_t written = 0;
-    while (!pendingLines_.empty() && log_.Append(LogPath(), pendingLines_.front()).empty()) {
+    while (!pendingLines_.empty() && log_.AppendLine(logPath_, pendingLines_.front()).empty()) {
         pendingLines_.pop_front();
         ++written;
     }

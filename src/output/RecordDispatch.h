@@ -21,13 +21,14 @@ namespace output {
 class LogWriter {
 public:
     virtual ~LogWriter() = default;
-    // Returns an empty text on success, else the system's description of the error.
-    virtual std::string Append(const std::string& path, const std::string& line) = 0;
+    // Appends text followed by a carriage return and a line feed. Returns an
+    // empty text on success, else the system's description of the error.
+    virtual std::string AppendLine(const std::string& path, const std::string& text) = 0;
 };
 
 class FileLogWriter : public LogWriter {
 public:
-    std::string Append(const std::string& path, const std::string& line) override;
+    std::string AppendLine(const std::string& path, const std::string& text) override;
 };
 
 // The DDE Server mode as seen from the dispatcher: every field shown is an
@@ -50,6 +51,10 @@ public:
                    config::MessageSink& messages, const engine::Locale& locale, LogWriter& log,
                    std::string home);
 
+    // At activation: the output translation of the transfer mode, and the
+    // log file's path on this system.
+    void Activate();
+
     // Fills OutputTranslation from the translation table of the transfer mode.
     void BuildOutputTranslation();
 
@@ -64,10 +69,11 @@ public:
     // Tries the waiting lines again, at most once a second.
     void RetryPendingLog();
     // Tries the waiting lines at once (when the runtime closes) and gives
-    // back those that still could not be written.
+    // back those that still could not be written, without their line ends.
     std::deque<std::string> TakeUnwrittenLines();
 
-    // The record counter: the text read as a number (0 when it is none) plus one.
+    // The record counter: the text read as a number (0 when it is none) plus
+    // one, in the general number format.
     void IncreaseRecordNumber();
 
     KeystrokeDelivery* keystrokes = nullptr;
@@ -80,13 +86,11 @@ private:
     void BuildRecordText();
     void ShowFields();
     void DeliverLog();
-    // Writes the line, asking about errors; a line nobody could decide on
-    // waits in pendingLines_.
-    void WriteLogLine(const std::string& line);
+    // Writes the record text as a line, asking about errors; a line nobody
+    // could decide on waits in pendingLines_.
+    void WriteLogLine(const std::string& text);
     // Writes waiting lines from the oldest on until one fails.
     void WritePendingLines();
-    // The log file's path on this system, mapped again only when the name changes.
-    const std::string& LogPath();
 
     config::Config& cfg_;
     engine::RuntimeState& state_;
@@ -97,10 +101,8 @@ private:
     std::string home_;
     std::deque<std::string> pendingLines_;
     std::int32_t lastRetry_ = 0;
-    std::string logName_, logPath_;
+    std::string logPath_; // LogFileName mapped to this system, at activation
     std::string recordText_; // reused record after record
-    double counter_ = 0;
-    std::string counterText_;
 };
 
 } // namespace output

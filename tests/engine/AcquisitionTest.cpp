@@ -9,6 +9,7 @@
 
 #include <deque>
 #include <map>
+#include <random>
 
 using namespace engine;
 
@@ -19,10 +20,10 @@ class MemoryLog : public output::LogWriter {
 public:
     std::vector<std::string> lines;
     std::string failure;
-    std::string Append(const std::string&, const std::string& line) override {
+    std::string AppendLine(const std::string&, const std::string& text) override {
         if (!failure.empty())
             return failure;
-        lines.push_back(line.substr(0, line.size() - 2)); // without CR LF
+        lines.push_back(text);
         return "";
     }
 };
@@ -369,7 +370,7 @@ TEST(AcquisitionLoop, HeadlessLogErrorKeepsEveryRecordInOrderAndReportsOnce) {
     r.Tick("5\r6\r");
     EXPECT_EQ(r.messages.shown.size(), 3u);
     auto unwritten = r.dispatch->TakeUnwrittenLines();
-    EXPECT_EQ(unwritten, (std::deque<std::string>{"5\r\r\n", "6\r\r\n"}));
+    EXPECT_EQ(unwritten, (std::deque<std::string>{"5\r", "6\r"}));
     EXPECT_FALSE(r.dispatch->LogPending());
 }
 
@@ -402,5 +403,83 @@ TEST(AcquisitionLoop, ResetDiscardsWhatWasReceivedAndNotFramed) {
         r.loop->ToggleSuspend();
         r.Tick("4\r");
         EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "4\r"})) << real;
+    }
+}
+
+TEST(AcquisitionLoop, FramingWholeTicksMatchesFramingOneByteAtATime) {
+    // The tick frames runs of ordinary bytes at once; the result must be
+    // exactly that of ProcessByte on every byte, whatever the settings.
+    std::mt19937 random(20261123);
+    auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    const std::string alphabet = std::string("0123456789.,; -\r\n\r\nX$a\x1b\xff", 24) + '\0';
+    for (int round = 0; round < 400; ++round) {
+        Rig whole, single;
+        for (Rig* r : {&whole, &single}) {
+            std::mt19937 same(static_cast<unsigned>(round));
+            auto choose = [&](int n) { return static_cast<int>(same() % static_cast<unsigned>(n)); };
+            config::Config& c = r->cfg;
+            c.TransferMode = static_cast<config::Integer>(choose(3));
+            c.EndOfRecordEvent = static_cast<config::Integer>(choose(4));
+            c.RecordStructure = static_cast<config::Integer>(choose(3));
+            c.NumFields = static_cast<config::Integer>(1 + choose(4));
+            c.DelimiterChar = std::string(1, ",; \r"[choose(4)]);
+            c.EndOfRecordChars = std::string(1, "\n;X"[choose(3)]);
+            c.StartOfRecordEvent = static_cast<config::Integer>(choose(4));
+            c.StartOfRecordChars = "$";
+            c.TimeDelayTicks = static_cast<config::Integer>(1 + choose(3));
+            c.FlowControl = choose(4) == 0 ? 3 : 0;
+            c.RecordLength = 0;
+            for (int f = 1; f <= 4; ++f) {
+                c.FieldFilter[static_cast<std::size_t>(f)] = std::string(1, "CCCNIBHO"[choose(8)]);
+                c.FieldLength[static_cast<std::size_t>(f)] = static_cast<config::Integer>(1 + choose(4));
+                c.RecordLength = static_cast<config::Integer>(c.RecordLength + c.FieldLength[static_cast<std::size_t>(f)]);
+            }
+            for (int k = choose(4); k > 0; --k) {
+                const auto b = static_cast<std::size_t>(static_cast<unsigned char>(alphabet[static_cast<std::size_t>(choose(static_cast<int>(alphabet.size())))]));
+                const int what = choose(3);
+                c.PreInputTranslation[b] = what == 0 ? "Ignore" : what == 1 ? "Void Record" : "Z";
+            }
+            r->Start();
+        }
+        std::string input;
+        for (int i = 0; i < 300; ++i)
+            input += alphabet[static_cast<std::size_t>(pick(static_cast<int>(alphabet.size())))];
+        for (std::size_t at = 0; at < input.size();) {
+            const std::size_t n = std::min<std::size_t>(input.size() - at, 1 + static_cast<std::size_t>(pick(40)));
+            const std::string chunk = input.substr(at, n);
+            at += n;
+            whole.Tick(chunk);
+            // The same tick by hand, one byte at a time: the idle count, the
+            // bytes, then the end of a record by its time gap.
+            single.clock.Advance(50);
+            single.state.IdleTicks = static_cast<std::uint8_t>(single.state.IdleTicks + 1);
+            for (unsigned char b : chunk)
+                single.loop->ProcessByte(b);
+            if (single.cfg.EndOfRecordEvent == 1 && single.state.RecordActive &&
+                single.state.IdleTicks == single.cfg.TimeDelayTicks) {
+                single.state.CurField = 1;
+                single.state.CharsInRecord = single.state.CharsInField = 0;
+                single.loop->CompleteRecord();
+            }
+        }
+        SCOPED_TRACE("round " + std::to_string(round) + ", mode " +
+                     std::to_string(whole.cfg.RecordMode));
+        ASSERT_EQ(whole.log.lines, single.log.lines);
+        EXPECT_EQ(whole.port.written + whole.state.PendingOutput, single.state.PendingOutput);
+        EXPECT_EQ(whole.state.RecordNumber, single.state.RecordNumber);
+        EXPECT_EQ(whole.state.FieldText, single.state.FieldText);
+        for (std::size_t f = 0; f < whole.state.FieldValue.size(); ++f)
+            EXPECT_EQ(whole.state.FieldValue[f].ToText(whole.locale),
+                      single.state.FieldValue[f].ToText(single.locale))
+                << f;
+        EXPECT_EQ(whole.state.InChar, single.state.InChar);
+        EXPECT_EQ(whole.state.CurField, single.state.CurField);
+        EXPECT_EQ(whole.state.RecordActive, single.state.RecordActive);
+        EXPECT_EQ(whole.state.VoidRecord, single.state.VoidRecord);
+        EXPECT_EQ(whole.state.LastCharWasSpace, single.state.LastCharWasSpace);
+        EXPECT_EQ(whole.state.IdleTicks, single.state.IdleTicks);
+        EXPECT_EQ(whole.state.CharsInField, single.state.CharsInField);
+        EXPECT_EQ(whole.state.CharsInRecord, single.state.CharsInRecord);
+        EXPECT_EQ(whole.state.OptoEchoPending, single.state.OptoEchoPending);
     }
 }

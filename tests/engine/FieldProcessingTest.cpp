@@ -16,10 +16,10 @@ std::string Filtered(char letter, const std::string& input, const Locale& locale
     for (int i = 0; i < 256; ++i)
         state.OutputTranslation[static_cast<std::size_t>(i)] = std::string(1, static_cast<char>(i));
     state.OutputTranslation[13] = std::string(1, '\0');
-    for (unsigned char c : input) {
-        state.InChar = c;
-        AppendFiltered(1, cfg, state, locale);
-    }
+    FieldProcessor fields(locale);
+    fields.Activate(cfg, state);
+    for (unsigned char c : input)
+        fields.AppendFiltered(1, c, state);
     return state.FieldValue[1].ToText(locale);
 }
 
@@ -77,8 +77,9 @@ TEST(FieldProcessing, ChainRunsFieldByFieldInOrder) {
     state.FieldValue[1] = Value::Text("1A");
     state.FieldValue[2] = Value::Text("4");
     state.FieldValue[3] = Value::Text("x");
-    Evaluator evaluator(locale);
-    ProcessFields(state, cfg, evaluator, locale);
+    FieldProcessor fields(locale);
+    fields.Activate(cfg, state);
+    fields.ProcessFields(state, cfg);
     // Field 1: 26 after conversion, 52 after its expression.
     EXPECT_EQ(state.FieldValue[1].ToText(locale), "52");
     // Field 2 sees field 1 already processed.
@@ -87,7 +88,7 @@ TEST(FieldProcessing, ChainRunsFieldByFieldInOrder) {
     cfg.FieldExpression[3] = "";
     cfg.FieldFormat[3] = "+0";
     state.FieldValue[3] = Value::Text("5");
-    ProcessFields(state, cfg, evaluator, locale);
+    fields.ProcessFields(state, cfg);
     EXPECT_EQ(state.FieldValue[3].ToText(locale), "{+}5");
 }
 
@@ -103,8 +104,9 @@ TEST(FieldProcessing, BooleanResultsAreDeliveredAsTrueUnlessFormatted) {
     state.FieldValue[1] = Value::Text("12");
     state.FieldValue[2] = Value::Text("12");
     Locale locale;
-    Evaluator evaluator(locale);
-    ProcessFields(state, cfg, evaluator, locale);
+    FieldProcessor fields(locale);
+    fields.Activate(cfg, state);
+    fields.ProcessFields(state, cfg);
     EXPECT_EQ(state.FieldValue[1].ToText(locale), "True");
     EXPECT_EQ(state.FieldValue[2].ToText(locale), "Yes");
 }
@@ -175,10 +177,10 @@ TEST(FieldProcessing, FilterInputCharGivesWhatAppendingAdds) {
     cfg.FieldFilter[2] = "N";
     RuntimeState state;
     Locale locale;
-    state.InChar = 200;
-    EXPECT_EQ(FilterInputChar(1, cfg, state, locale), "C8");
-    EXPECT_EQ(FilterInputChar(2, cfg, state, locale), "");
-    state.InChar = '7';
-    EXPECT_EQ(FilterInputChar(2, cfg, state, locale), "7");
-    EXPECT_EQ(FilterInputChar(41, cfg, state, locale), "7"); // the overflow field keeps all
+    FieldProcessor fields(locale);
+    fields.Activate(cfg, state);
+    EXPECT_EQ(fields.FilterInputChar(1, 200), "C8");
+    EXPECT_EQ(fields.FilterInputChar(2, 200), "");
+    EXPECT_EQ(fields.FilterInputChar(2, '7'), "7");
+    EXPECT_EQ(fields.FilterInputChar(41, '7'), "7"); // the overflow field keeps all
 }
