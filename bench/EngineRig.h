@@ -48,23 +48,24 @@ private:
 class CountingLog : public output::LogWriter {
 public:
     std::size_t lines = 0, bytes = 0;
-    std::string AppendLine(const std::string&, const std::string& text) override {
+    bool AppendLine(const std::string&, const std::string& text, std::string&) override {
         ++lines;
         bytes += text.size() + 2;
-        return "";
+        return true;
     }
 };
 
-enum class Workload { SimpleRecords, BalanceChain };
+enum class Workload { SimpleRecords, BalanceLines, BalanceChain };
 
 inline const char* RecordOf(Workload w) {
     return w == Workload::SimpleRecords ? "12.345\r" : "  12.345 g\r\n";
 }
 
 // A Log To Disk runtime on a StreamPort. SimpleRecords: single-field records
-// ended by CR, no filter, expression or format. BalanceChain: the balance's
-// "  12.345 g" lines through the numeric filter, field(1)*1000 and the
-// format 0.0.
+// ended by CR, no filter, expression or format. BalanceLines: the balance's
+// "  12.345 g" CR LF lines, framed from the first digit to the CR, nothing
+// else. BalanceChain: the same lines through the numeric filter,
+// field(1)*1000 and the format 0.0.
 struct EngineRig {
     config::Config cfg;
     engine::RuntimeState state;
@@ -79,8 +80,9 @@ struct EngineRig {
     explicit EngineRig(Workload w) {
         cfg.TransferMode = config::LogToDisk;
         cfg.LogFileName = "/tmp/unused.log";
-        if (w == Workload::BalanceChain) {
+        if (w != Workload::SimpleRecords)
             cfg.StartOfRecordEvent = 2;
+        if (w == Workload::BalanceChain) {
             cfg.FieldFilter[1] = "N";
             cfg.FieldExpression[1] = "field(1)*1000";
             cfg.FieldFormat[1] = "0.0";

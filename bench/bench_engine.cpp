@@ -23,6 +23,9 @@ void Run(benchmark::State& st, benchrig::Workload workload) {
 void SimpleRecords(benchmark::State& st) {
     Run(st, benchrig::Workload::SimpleRecords);
 }
+void BalanceLines(benchmark::State& st) {
+    Run(st, benchrig::Workload::BalanceLines);
+}
 void BalanceChain(benchmark::State& st) {
     Run(st, benchrig::Workload::BalanceChain);
 }
@@ -30,5 +33,6 @@ void BalanceChain(benchmark::State& st) {
 } // namespace
 
 BENCHMARK(SimpleRecords)->Unit(benchmark::kMillisecond);
+BENCHMARK(BalanceLines)->Unit(benchmark::kMillisecond);
 BENCHMARK(BalanceChain)->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();

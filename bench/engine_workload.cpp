@@ -1,6 +1,6 @@
 // A fixed amount of engine work, for instruction counts under callgrind and
 // for the side-by-side comparison with a Python loop (bench/compare_python):
-//   engine_workload simple|balance RECORDS
+//   engine_workload simple|lines|balance RECORDS
 // frames RECORDS records (in ticks of 1,000 records) and prints the records
 // delivered, the input bytes and the records per second.
 
@@ -10,14 +10,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 int main(int argc, char** argv) {
-    if (argc != 3 || (std::strcmp(argv[1], "simple") != 0 && std::strcmp(argv[1], "balance") != 0)) {
-        std::fputs("usage: engine_workload simple|balance RECORDS\n", stderr);
+    const std::string name = argc == 3 ? argv[1] : "";
+    if (name != "simple" && name != "lines" && name != "balance") {
+        std::fputs("usage: engine_workload simple|lines|balance RECORDS\n", stderr);
         return 2;
     }
-    const auto workload = std::strcmp(argv[1], "simple") == 0 ? benchrig::Workload::SimpleRecords
-                                                              : benchrig::Workload::BalanceChain;
+    const auto workload = name == "simple"  ? benchrig::Workload::SimpleRecords
+                          : name == "lines" ? benchrig::Workload::BalanceLines
+                                            : benchrig::Workload::BalanceChain;
     const std::size_t records = std::strtoull(argv[2], nullptr, 10);
     benchrig::EngineRig rig(workload);
     const std::size_t recordSize = std::strlen(benchrig::RecordOf(workload));

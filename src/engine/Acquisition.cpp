@@ -83,6 +83,8 @@ void Acquisition::Activate() {
                            ? NotPlain
                        : framing & EndsRecord ? PlainEnd
                                               : Plain;
+        skipped_[b] = preInputKind_[b] == PreInput::Replace && !(i == 13 && cfg_.FlowControl == 3) &&
+                      !(framing & StartsRecord);
     }
     const int mode = cfg_.RecordMode;
     runsAppend_ = mode == 0 || mode == 1 || mode == 2 || mode == 4;
@@ -128,7 +130,19 @@ void Acquisition::Activate() {
             if (receivedLen_ == 0)
                 break;
         }
-        if (runsAppend_ && state_.RecordActive) {
+        if (!state_.RecordActive) {
+            const std::uint8_t* begin = received_.data() + receivedPos_;
+            const std::uint8_t* end = received_.data() + receivedLen_;
+            const std::uint8_t* p = begin;
+            while (p != end && skipped_[*p])
+                ++p;
+            if (p != begin) {
+                receivedPos_ += static_cast<std::size_t>(p - begin);
+                state_.InChar = preInputByte_[p[-1]];
+                state_.LastCharWasSpace = state_.InChar == 32;
+                continue;
+            }
+        } else if (runsAppend_) {
             const std::uint8_t* begin = received_.data() + receivedPos_;
             const std::uint8_t* end = received_.data() + receivedLen_;
             const std::uint8_t* p = begin;

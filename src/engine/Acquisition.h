@@ -97,6 +97,10 @@ private:
     // character that is otherwise plain closes the run and the record.
     enum RunClass : std::uint8_t { NotPlain = 0, Plain = 1, PlainEnd = 2 };
     std::array<std::uint8_t, 256> runClass_{};
+    // While no record is open, a byte with no pre-input action (and not the
+    // Opto-RS carriage return) that the start rule rejects only sets InChar
+    // and LastCharWasSpace: runs of them are skipped at once.
+    std::array<bool, 256> skipped_{};
     bool preInputIsIdentity_ = true;
     bool runsAppend_ = false;
     bool runsEndRecords_ = false;

@@ -103,17 +103,25 @@ constexpr OperatorRow OperatorTable[] = {
 
 } // namespace
 
+namespace {
+
+enum Function {
+    Abs, Asc, Atn, Cos, Exp, Fix, Hex, Int, LCase, Log, LTrim, Rnd, RTrim, Sgn, Sin, Sqr, Tan,
+    Trim, UCase, Val, FieldFn
+};
+constexpr const char* FunctionNames[] = {"abs", "asc", "atn", "cos",   "exp",   "fix", "hex",
+                                         "int", "lcase", "log", "ltrim", "rnd", "rtrim", "sgn",
+                                         "sin", "sqr", "tan", "trim",  "ucase", "val", "field"};
+
+// Rows of the operator table by name.
+enum Row { Pow, Mul, Div, IntDiv, Mod, Add, Sub, Eq, Lt, Gt, Ne, Le, Ge, And, Or, Xor, Eqv, Imp };
+
+} // namespace
+
 void Evaluator::GetToken() {
-    if (nextToken_ < tokens_.size()) {
-        const Token& t = tokens_[nextToken_++];
-        TokenKind = t.kind;
-        TokenText = t.text;
-        tokenOp_ = t.op;
-    } else {
-        TokenKind.clear();
-        TokenText.clear();
-        tokenOp_ = -1;
-    }
+    Advance();
+    TokenKind = Current().kind;
+    TokenText = Current().text;
 }
 
 void Evaluator::ScanToken(std::string& kind, std::string& text) {
@@ -164,24 +172,38 @@ bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
         while (true) {
             Token t;
             ScanToken(t.kind, t.text);
-            if (t.kind.empty())
+            if (t.kind.empty()) {
+                tokens_.push_back(std::move(t)); // the end
                 break;
-            t.op = -1;
+            }
             for (std::size_t r = 0; r < std::size(OperatorTable); ++r)
                 if (t.kind == OperatorTable[r].token) {
                     t.op = static_cast<int>(r);
                     break;
                 }
+            t.type = t.kind == "num"   ? Type::Num
+                     : t.kind == "id"  ? Type::Id
+                     : t.kind == "-"   ? Type::Minus
+                     : t.kind == "&h"  ? Type::AmpH
+                     : t.kind == "not" ? Type::Not
+                     : t.kind == "("   ? Type::LParen
+                     : t.kind == ")"   ? Type::RParen
+                                       : Type::Other;
+            if (t.type == Type::Num)
+                t.number = LeadingNumber(t.text, '.');
+            if (t.type == Type::Id)
+                for (std::size_t f = 0; f < std::size(FunctionNames); ++f)
+                    if (t.text == FunctionNames[f])
+                        t.function = static_cast<int>(f);
             tokens_.push_back(std::move(t));
         }
         tokenizedText_.assign(text);
     }
-    nextToken_ = 0;
+    current_ = 0;
     depth_ = 0;
     fields_ = &fieldValue;
-    GetToken();
     Value result = ParseExpression(1);
-    if (!ExprError && !TokenKind.empty())
+    if (!ExprError && Current().type != Type::End)
         ExprError = true; // tokens left over
     destination = std::move(result);
     fields_ = nullptr;
@@ -200,14 +222,14 @@ Value Evaluator::ParseExpression(int level) {
         while (!ExprError) {
             // Tokens that name the same operator share its row; only its
             // level decides whether it applies here.
-            if (tokenOp_ < 0 || OperatorTable[tokenOp_].level < level)
+            const int op = Current().op;
+            if (op < 0 || OperatorTable[op].level < level)
                 break;
-            const OperatorRow* row = &OperatorTable[tokenOp_];
-            GetToken();
-            Value right = ParseExpression(row->rightLevel);
+            Advance();
+            Value right = ParseExpression(OperatorTable[op].rightLevel);
             if (ExprError)
                 break;
-            value = Combine(row->token, value, right);
+            value = Combine(op, value, right);
         }
     } catch (const Fault&) {
         ExprError = true;
@@ -217,20 +239,20 @@ Value Evaluator::ParseExpression(int level) {
 }
 
 Value Evaluator::ParseOperand() {
-    if (TokenKind == "num") {
-        Value v = Value::Double(LeadingNumber(TokenText, '.'));
-        GetToken();
-        return v;
-    }
-    if (TokenKind == "-") {
-        GetToken();
+    const Token& token = Current();
+    switch (token.type) {
+    case Type::Num:
+        Advance();
+        return Value::Double(token.number);
+    case Type::Minus: {
+        Advance();
         Value x = ParseExpression(11);
         if (ExprError)
             return x;
         return MakeNumber(-Number(x, locale_), RankOf(x));
     }
-    if (TokenKind == "&h") {
-        GetToken();
+    case Type::AmpH: {
+        Advance();
         Value x = ParseExpression(11);
         if (ExprError)
             return x;
@@ -252,8 +274,8 @@ Value Evaluator::ParseOperand() {
         std::memcpy(&v, &bits, sizeof v);
         return Value::Int32(v);
     }
-    if (TokenKind == "not") {
-        GetToken();
+    case Type::Not: {
+        Advance();
         Value x = ParseExpression(6);
         if (ExprError)
             return x;
@@ -263,54 +285,57 @@ Value Evaluator::ParseOperand() {
         return RankOf(x) == Rank::Int16 ? Value::Int16(static_cast<std::int16_t>(~n))
                                         : Value::Int32(~n);
     }
-    if (TokenKind == "(") {
-        GetToken();
+    case Type::LParen: {
+        Advance();
         Value v = ParseExpression(1);
-        if (!ExprError && TokenKind != ")")
+        if (!ExprError && Current().type != Type::RParen)
             ExprError = true;
-        GetToken();
+        Advance();
         return v;
     }
-    if (TokenKind == "id") {
-        std::string name = TokenText;
-        GetToken();
-        if (!ExprError && TokenKind != "(")
+    case Type::Id: {
+        const int function = token.function;
+        Advance();
+        if (!ExprError && Current().type != Type::LParen)
             ExprError = true;
-        GetToken();
+        Advance();
         Value arg = ParseExpression(1);
-        if (!ExprError && TokenKind != ")")
+        if (!ExprError && Current().type != Type::RParen)
             ExprError = true;
-        GetToken();
+        Advance();
         if (ExprError)
             return Value();
-        return ApplyFunction(name, arg);
+        return ApplyFunction(function, arg);
     }
-    ExprError = true;
-    return Value();
+    default:
+        ExprError = true;
+        return Value();
+    }
 }
 
-Value Evaluator::ApplyFunction(const std::string& name, const Value& x) {
+Value Evaluator::ApplyFunction(int function, const Value& x) {
     auto num = [&] { return Number(x, locale_); };
     auto sameType = [&](double v) { return MakeNumber(v, RankOf(x)); };
-    if (name == "abs")
+    switch (function) {
+    case Abs:
         return sameType(std::fabs(num()));
-    if (name == "asc") {
+    case Asc: {
         std::string t = x.ToText(locale_);
         if (t.empty())
             throw Fault{};
         return Value::Int16(static_cast<unsigned char>(t[0]));
     }
-    if (name == "atn")
+    case Atn:
         return MakeNumber(std::atan(num()), Rank::Double);
-    if (name == "cos")
+    case Cos:
         return MakeNumber(std::cos(num()), Rank::Double);
-    if (name == "exp")
+    case Exp:
         return MakeNumber(std::exp(num()), Rank::Double);
-    if (name == "fix")
+    case Fix:
         return sameType(std::trunc(num()));
-    if (name == "int")
+    case Int:
         return sameType(std::floor(num()));
-    if (name == "hex") {
+    case Hex: {
         std::int32_t n = ToInt32(num());
         char buf[16];
         if (RankOf(x) == Rank::Int16 && n >= -32768 && n <= 32767)
@@ -320,28 +345,31 @@ Value Evaluator::ApplyFunction(const std::string& name, const Value& x) {
             std::snprintf(buf, sizeof buf, "%X", static_cast<std::uint32_t>(n));
         return Value::Text(buf);
     }
-    if (name == "lcase" || name == "ucase") {
+    case LCase:
+    case UCase: {
         std::string t = x.ToText(locale_);
         for (char& c : t)
-            c = static_cast<char>(name == "lcase" ? std::tolower(static_cast<unsigned char>(c))
-                                                  : std::toupper(static_cast<unsigned char>(c)));
+            c = static_cast<char>(function == LCase ? std::tolower(static_cast<unsigned char>(c))
+                                                    : std::toupper(static_cast<unsigned char>(c)));
         return Value::Text(t);
     }
-    if (name == "log") {
+    case Log: {
         double v = num();
         if (v <= 0)
             throw Fault{};
         return Value::Double(std::log(v));
     }
-    if (name == "ltrim" || name == "rtrim" || name == "trim") {
+    case LTrim:
+    case RTrim:
+    case Trim: {
         std::string t = x.ToText(locale_);
-        std::size_t b = name == "rtrim" ? 0 : t.find_first_not_of(' ');
+        std::size_t b = function == RTrim ? 0 : t.find_first_not_of(' ');
         if (b == std::string::npos)
             return Value::Text("");
-        std::size_t e = name == "ltrim" ? t.size() : t.find_last_not_of(' ') + 1;
+        std::size_t e = function == LTrim ? t.size() : t.find_last_not_of(' ') + 1;
         return Value::Text(t.substr(b, e - b));
     }
-    if (name == "rnd") {
+    case Rnd: {
         double v = num();
         if (v < 0) {
             float f = static_cast<float>(v);
@@ -355,94 +383,112 @@ Value Evaluator::ApplyFunction(const std::string& name, const Value& x) {
         }
         return Value::Single(rndLast_);
     }
-    if (name == "sgn") {
+    case Sgn: {
         double v = num();
         return Value::Int16(static_cast<std::int16_t>(v > 0 ? 1 : v < 0 ? -1 : 0));
     }
-    if (name == "sin")
+    case Sin:
         return MakeNumber(std::sin(num()), Rank::Double);
-    if (name == "sqr") {
+    case Sqr: {
         double v = num();
         if (v < 0)
             throw Fault{};
         return Value::Double(std::sqrt(v));
     }
-    if (name == "tan")
+    case Tan:
         return MakeNumber(std::tan(num()), Rank::Double);
-    if (name == "val")
+    case Val:
         return Value::Double(LeadingNumber(x.ToText(locale_), locale_.DecimalSeparator));
-    if (name == "field") {
+    case FieldFn: {
         std::int32_t n = ToInt32(num());
         if (n < 0 || n > 41 || !fields_)
             throw Fault{};
         return (*fields_)[static_cast<std::size_t>(n)];
     }
-    ExprError = true; // unknown function
-    return Value();
+    default:
+        ExprError = true; // unknown function
+        return Value();
+    }
 }
 
-Value Evaluator::Combine(const std::string& op, const Value& a, const Value& b) {
-    if (op == "+" && a.IsText() && b.IsText())
+Value Evaluator::Combine(int op, const Value& a, const Value& b) {
+    if (op == Add && a.IsText() && b.IsText())
         return Value::Text(a.AsText() + b.AsText());
-    if (op == "=" || op == "<" || op == ">" || op == "<>" || op == "<=" || op == ">=") {
+    switch (op) {
+    case Eq:
+    case Lt:
+    case Gt:
+    case Ne:
+    case Le:
+    case Ge: {
         double right = LeadingNumber(b.ToText(locale_), locale_.DecimalSeparator);
         auto leftNumber = a.ToNumber(locale_);
         // A text that holds no number sorts after every number.
         int cmp = !leftNumber ? 1 : *leftNumber < right ? -1 : *leftNumber > right ? 1 : 0;
-        bool r = op == "="    ? cmp == 0
-                 : op == "<"  ? cmp < 0
-                 : op == ">"  ? cmp > 0
-                 : op == "<>" ? cmp != 0
-                 : op == "<=" ? cmp <= 0
-                              : cmp >= 0;
+        bool r = op == Eq   ? cmp == 0
+                 : op == Lt ? cmp < 0
+                 : op == Gt ? cmp > 0
+                 : op == Ne ? cmp != 0
+                 : op == Le ? cmp <= 0
+                            : cmp >= 0;
         return Value::Boolean(r);
     }
-    if (op == "and" || op == "or" || op == "xor" || op == "eqv" || op == "imp") {
+    case And:
+    case Or:
+    case Xor:
+    case Eqv:
+    case Imp: {
         if (IsLogicalPair(a, b)) {
             bool x = a.AsBool(), y = b.AsBool();
-            bool r = op == "and"   ? (x && y)
-                     : op == "or"  ? (x || y)
-                     : op == "xor" ? (x != y)
-                     : op == "eqv" ? (x == y)
-                                   : (!x || y);
+            bool r = op == And   ? (x && y)
+                     : op == Or  ? (x || y)
+                     : op == Xor ? (x != y)
+                     : op == Eqv ? (x == y)
+                                 : (!x || y);
             return Value::Boolean(r);
         }
         std::int32_t x = ToInt32(Number(a, locale_)), y = ToInt32(Number(b, locale_));
-        std::int32_t r = op == "and"   ? (x & y)
-                         : op == "or"  ? (x | y)
-                         : op == "xor" ? (x ^ y)
-                         : op == "eqv" ? ~(x ^ y)
-                                       : (~x | y);
+        std::int32_t r = op == And   ? (x & y)
+                         : op == Or  ? (x | y)
+                         : op == Xor ? (x ^ y)
+                         : op == Eqv ? ~(x ^ y)
+                                     : (~x | y);
         bool narrow = RankOf(a) == Rank::Int16 && RankOf(b) == Rank::Int16;
         return narrow ? Value::Int16(static_cast<std::int16_t>(r)) : Value::Int32(r);
+    }
+    default:
+        break;
     }
     double x = Number(a, locale_), y = Number(b, locale_);
     Rank rank = std::max(RankOf(a), RankOf(b));
     if (rank == Rank::Single && (RankOf(a) == Rank::Int32 || RankOf(b) == Rank::Int32))
         rank = Rank::Double;
-    if (op == "+")
+    switch (op) {
+    case Add:
         return MakeNumber(x + y, rank);
-    if (op == "-")
+    case Sub:
         return MakeNumber(x - y, rank);
-    if (op == "*")
+    case Mul:
         return MakeNumber(x * y, rank);
-    if (op == "/") {
+    case Div:
         if (y == 0)
             throw Fault{};
         return MakeNumber(x / y, Rank::Double);
-    }
-    if (op == "^") {
+    case Pow: {
         double r = std::pow(x, y);
         if (std::isnan(r))
             throw Fault{};
         return MakeNumber(r, Rank::Double);
     }
-    // "\" and "mod": both operands rounded to integers first.
+    default:
+        break;
+    }
+    // "\\" and "mod": both operands rounded to integers first.
     std::int32_t ix = ToInt32(x), iy = ToInt32(y);
     if (iy == 0)
         throw Fault{};
     Rank intRank = std::max(RankOf(a), RankOf(b)) == Rank::Int16 ? Rank::Int16 : Rank::Int32;
-    if (op == "\\")
+    if (op == IntDiv)
         return MakeNumber(static_cast<double>(static_cast<std::int64_t>(ix) / iy), intRank);
     return MakeNumber(static_cast<double>(static_cast<std::int64_t>(ix) % iy), intRank);
 }

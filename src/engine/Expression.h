@@ -40,27 +40,37 @@ public:
     static constexpr int MaxDepth = 200;
 
 private:
+    // What a token is to the parser, found once when the expression is read.
+    enum class Type : std::uint8_t { End, Num, Id, Minus, AmpH, Not, LParen, RParen, Other };
+    struct Token {
+        std::string kind, text; // as GetToken reports them
+        Type type = Type::End;
+        int op = -1;       // row of the operator table, -1 for none
+        int function = -1; // for identifiers: the function, -1 for an unknown name
+        double number = 0; // for numbers: the value
+    };
+
     Value ParseOperand();
-    Value ApplyFunction(const std::string& name, const Value& x);
-    Value Combine(const std::string& op, const Value& a, const Value& b);
+    Value ApplyFunction(int function, const Value& x);
+    Value Combine(int op, const Value& a, const Value& b);
+    // Moves to the next token (the last one, the end, stays).
+    void Advance() {
+        if (current_ + 1 < tokens_.size())
+            ++current_;
+    }
+    const Token& Current() const { return tokens_[current_]; }
 
     // Reads one token from ExprRest at restPos_ (the tokenizer proper).
     void ScanToken(std::string& kind, std::string& text);
-
-    struct Token {
-        std::string kind, text;
-        int op; // row of the operator table, -1 for none
-    };
 
     const Locale& locale_;
     const std::array<Value, 42>* fields_ = nullptr;
     std::size_t restPos_ = 0; // ExprRest is consumed by advancing this index
     // A field's expression runs record after record: its tokens are read once
-    // and kept for the last expression evaluated.
+    // and kept for the last expression evaluated. The last token is the end.
     std::string tokenizedText_;
     std::vector<Token> tokens_;
-    std::size_t nextToken_ = 0;
-    int tokenOp_ = -1;
+    std::size_t current_ = 0;
     int depth_ = 0;
     // rnd: a 24-bit linear congruential generator, as single-precision
     // numbers need no more.

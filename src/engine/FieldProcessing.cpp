@@ -25,6 +25,12 @@ void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& sta
         base_[static_cast<std::size_t>(f)] = l == 'H' ? 16 : l == 'O' ? 8 : 0;
     }
     anyTranslated_ = anyDropped_ = false;
+    nothingToProcess_ = true;
+    for (int f = 1; f <= std::clamp<int>(cfg.NumFields, 1, config::MaxFields); ++f) {
+        const auto i = static_cast<std::size_t>(f);
+        if (base_[i] || !cfg.FieldExpression[i].empty() || !cfg.FieldFormat[i].empty())
+            nothingToProcess_ = false;
+    }
     for (int c = 0; c < 256; ++c) {
         const std::string& out = state.OutputTranslation[static_cast<std::size_t>(c)];
         // Outside Log To Disk mode a character whose output translation is
@@ -39,6 +45,7 @@ void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& sta
         translated_[static_cast<std::size_t>(c)] = translated;
         anyTranslated_ = anyTranslated_ || translated;
     }
+    nothingToProcess_ = nothingToProcess_ && !anyTranslated_;
 }
 
 void FieldProcessor::AppendRun(int fieldIndex, const std::uint8_t* begin, const std::uint8_t* end,
@@ -111,6 +118,8 @@ bool ConvertBase(const std::string& text, int base, long& value) {
 }
 
 void FieldProcessor::ProcessFields(RuntimeState& state, const config::Config& cfg) {
+    if (nothingToProcess_)
+        return;
     const int numFields = std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
     for (int i = 1; i <= numFields; ++i) {
         Value& field = state.FieldValue[static_cast<std::size_t>(i)];

@@ -69,7 +69,7 @@ public:
                    RuntimeState& state) const;
 
     // Runs the chain on fields 1..NumFields, each field's whole chain before
-    // the next field. Expressions and formats are read from cfg as they are.
+    // the next field.
     void ProcessFields(RuntimeState& state, const config::Config& cfg);
 
 private:
@@ -107,6 +107,11 @@ private:
     // all is the common case of the log and DDE translations.
     std::array<bool, 256> translated_{};
     bool anyTranslated_ = false;
+    // No field has a conversion, expression or format, and the translation
+    // changes nothing: processing a record is then nothing at all. Fields'
+    // expressions and formats are read when the record completes; only
+    // whether there are any is settled at activation.
+    bool nothingToProcess_ = false;
 };
 
 } // namespace engine

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -21,11 +22,10 @@ std::string Lowered(std::string_view s) {
     return out;
 }
 
-// The decimal digits of |v| rounded half away from zero at `decimals` places,
-// working on the number's 15-digit decimal value (so 2.345 rounds to 2.35).
-// Returns integer digits (no leading zeros, "" for zero) and exactly
-// `decimals` fraction digits.
-void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& fracDigits) {
+} // namespace
+
+void RoundDecimalByLibrary(double v, int decimals, std::string& intDigits,
+                           std::string& fracDigits) {
     v = std::fabs(v);
     intDigits.clear();
     fracDigits.assign(static_cast<std::size_t>(decimals), '0');
@@ -76,6 +76,130 @@ void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& f
     intDigits = nz == std::string::npos ? "" : intDigits.substr(nz);
 }
 
+namespace {
+
+constexpr double ExactPowerOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr std::uint64_t PowerOfTen[] = {1ull,
+                                        10ull,
+                                        100ull,
+                                        1000ull,
+                                        10000ull,
+                                        100000ull,
+                                        1000000ull,
+                                        10000000ull,
+                                        100000000ull,
+                                        1000000000ull,
+                                        10000000000ull,
+                                        100000000000ull,
+                                        1000000000000ull,
+                                        10000000000000ull,
+                                        100000000000000ull,
+                                        1000000000000000ull};
+
+// Writes the decimal digits of n to the end of buf and returns where they
+// begin; none for 0.
+char* DigitsOf(std::uint64_t n, char* end) {
+    while (n) {
+        *--end = static_cast<char>('0' + n % 10);
+        n /= 10;
+    }
+    return end;
+}
+
+// The 15 significant digits of v (as M, 10^14 <= M < 10^15, with v about
+// M * 10^(e - 14)), computed exactly from one product with an exact power
+// of ten. The product is off the exact one by at most 1/16, so the rounding
+// to an integer is certain unless its fraction is near one half: then, and
+// outside the range the powers cover, it gives up.
+bool FifteenDigits(double v, std::uint64_t& mantissa, int& e) {
+    if (!(v >= 1e-8 && v < 1e15))
+        return false;
+    // log10(v) from the binary exponent, off by at most one; each attempt
+    // below corrects it by one.
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &v, sizeof bits);
+    const int binaryExponent = static_cast<int>((bits >> 52) & 0x7FF) - 1023; // v is normal here
+    e = static_cast<int>(std::floor((binaryExponent + 0.5) * 0.30102999566398120));
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const int k = 14 - e;
+        if (k < 0 || k > 22)
+            return false;
+        const double y = v * ExactPowerOfTen[k];
+        if (y >= 1e15) {
+            ++e;
+            continue;
+        }
+        if (y < 1e14) {
+            --e;
+            continue;
+        }
+        const double whole = std::floor(y);
+        const double fraction = y - whole;
+        if (std::fabs(fraction - 0.5) <= 0.125)
+            return false;
+        mantissa = static_cast<std::uint64_t>(whole) + (fraction > 0.5);
+        if (mantissa == PowerOfTen[15]) {
+            mantissa = PowerOfTen[14];
+            ++e;
+        }
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& fracDigits) {
+    v = std::fabs(v);
+    std::uint64_t m = 0;
+    int e = 0;
+    if (v == 0 || !std::isfinite(v) || decimals > 22 || !FifteenDigits(v, m, e)) {
+        RoundDecimalByLibrary(v, decimals, intDigits, fracDigits);
+        return;
+    }
+    // The lowest digit of m has the place value 10^(e - 14); drop those
+    // below 10^-decimals, rounding half away from zero.
+    const int drop = 14 - e - decimals;
+    const std::size_t d = static_cast<std::size_t>(decimals);
+    char buf[48];
+    char* const end = buf + sizeof buf;
+    if (drop > 0) {
+        std::uint64_t q = 0;
+        if (drop <= 15) {
+            const std::uint64_t unit = PowerOfTen[drop];
+            q = m / unit + (m % unit * 2 >= unit);
+        }
+        // q counts units of 10^-decimals: its last d digits are the fraction.
+        char* begin = DigitsOf(q, end);
+        while (static_cast<std::size_t>(end - begin) < d)
+            *--begin = '0';
+        intDigits.assign(begin, static_cast<std::size_t>(end - begin) - d);
+        fracDigits.assign(end - d, d);
+        return;
+    }
+    // Nothing to round: m's digits, then zeros down to 10^-decimals.
+    const char* digits = DigitsOf(m, end);
+    const int intCount = e + 1;
+    if (intCount > 15) {
+        // Rounded up to 10^15: m's digits and zeros.
+        intDigits.assign(digits, 15);
+        intDigits.append(static_cast<std::size_t>(intCount - 15), '0');
+        fracDigits.clear();
+    } else if (intCount > 0) {
+        intDigits.assign(digits, static_cast<std::size_t>(intCount));
+        fracDigits.assign(digits + intCount, static_cast<std::size_t>(end - digits - intCount));
+    } else {
+        intDigits.clear();
+        fracDigits.assign(static_cast<std::size_t>(-intCount), '0');
+        fracDigits.append(digits, static_cast<std::size_t>(end - digits));
+    }
+    fracDigits.resize(d, '0');
+}
+
+namespace {
+
 // One section of a user-defined numeric format, split into its parts.
 struct NumericSection {
     std::vector<FormatToken> tokens;
@@ -89,6 +213,9 @@ struct NumericSection {
     bool expAlwaysSign = false;
     bool expUpper = true;
     int expDigits = 0;
+    // Per digit placeholder, left to right: true for "0" (shows a zero where
+    // no digit falls), false for "#".
+    std::vector<bool> intZero, fracZero;
 };
 
 NumericSection Analyse(std::string_view section) {
@@ -129,6 +256,18 @@ NumericSection Analyse(std::string_view section) {
     }
     if (!afterPoint && pendingCommas && s.intPlaceholders > 0)
         s.scale = pendingCommas;
+    afterPoint = inExponent = false;
+    for (const auto& t : s.tokens) {
+        if (t.kind != FormatToken::Code)
+            continue;
+        const char c = t.text[0];
+        if (c == 'E' || c == 'e')
+            inExponent = true;
+        else if (c == '.')
+            afterPoint = true;
+        else if (!inExponent && (c == '0' || c == '#'))
+            (afterPoint ? s.fracZero : s.intZero).push_back(c == '0');
+    }
     return s;
 }
 
@@ -151,57 +290,32 @@ std::string Render(const NumericSection& s, double v, const Locale& locale) {
     std::string intDigits, fracDigits;
     RoundDecimal(v, s.decimals, intDigits, fracDigits);
 
-    // Which '#' fraction placeholders drop their trailing zeros.
-    std::vector<bool> fracIsZeroPlaceholder;
-    std::vector<bool> intIsZeroPlaceholder;
-    {
-        bool afterPoint = false, inExp = false;
-        for (const auto& t : s.tokens) {
-            if (t.kind != FormatToken::Code)
-                continue;
-            char c = t.text[0];
-            if (c == 'E' || c == 'e')
-                inExp = true;
-            else if (c == '.')
-                afterPoint = true;
-            else if (!inExp && (c == '0' || c == '#'))
-                (afterPoint ? fracIsZeroPlaceholder : intIsZeroPlaceholder).push_back(c == '0');
-        }
-    }
+    // "#" fraction placeholders drop their trailing zeros.
     std::size_t fracShown = fracDigits.size();
-    while (fracShown > 0 && !fracIsZeroPlaceholder[fracShown - 1] &&
-           fracDigits[fracShown - 1] == '0')
+    while (fracShown > 0 && !s.fracZero[fracShown - 1] && fracDigits[fracShown - 1] == '0')
         --fracShown;
 
     // Integer digits fill the placeholders from the right; digits beyond the
-    // placeholders go to the first one.
-    int placeholders = static_cast<int>(intIsZeroPlaceholder.size());
-    std::vector<std::string> slot(static_cast<std::size_t>(placeholders));
-    int d = static_cast<int>(intDigits.size()) - 1;
-    for (int p = placeholders - 1; p >= 0; --p) {
-        if (d >= 0)
-            slot[static_cast<std::size_t>(p)] =
-                std::string(1, intDigits[static_cast<std::size_t>(d--)]);
-        else if (intIsZeroPlaceholder[static_cast<std::size_t>(p)])
-            slot[static_cast<std::size_t>(p)] = "0";
-    }
-    if (placeholders > 0 && d >= 0)
-        slot[0] = intDigits.substr(0, static_cast<std::size_t>(d + 1)) + slot[0];
-    int totalIntDigits = 0;
-    for (const auto& sl : slot)
-        totalIntDigits += static_cast<int>(sl.size());
+    // placeholders go to the first one. A placeholder left without a digit
+    // shows "0" for "0" and nothing for "#".
+    const int placeholders = static_cast<int>(s.intZero.size());
+    const int digits = static_cast<int>(intDigits.size());
+    const int extra = std::max(0, digits - placeholders);
+    int totalIntDigits = extra;
+    for (int p = 0; p < placeholders; ++p)
+        if (placeholders - 1 - p < digits || s.intZero[static_cast<std::size_t>(p)])
+            ++totalIntDigits;
 
     std::string out;
+    out.reserve(static_cast<std::size_t>(totalIntDigits + s.decimals) + 8);
     int emittedInt = 0, intSlot = 0, fracSlot = 0;
     bool afterPoint = false, inExp = false;
-    auto emitDigits = [&](const std::string& digits) {
-        for (char c : digits) {
-            out.push_back(c);
-            ++emittedInt;
-            int remaining = totalIntDigits - emittedInt;
-            if (s.thousands && remaining > 0 && remaining % 3 == 0)
-                out.push_back(locale.ThousandsSeparator);
-        }
+    auto emitDigit = [&](char c) {
+        out.push_back(c);
+        ++emittedInt;
+        int remaining = totalIntDigits - emittedInt;
+        if (s.thousands && remaining > 0 && remaining % 3 == 0)
+            out.push_back(locale.ThousandsSeparator);
     };
     for (const auto& t : s.tokens) {
         if (t.kind == FormatToken::Literal) {
@@ -212,10 +326,19 @@ std::string Render(const NumericSection& s, double v, const Locale& locale) {
         if (inExp)
             continue; // exponent digits are written with the marker
         if (c == '0' || c == '#') {
-            if (!afterPoint)
-                emitDigits(slot[static_cast<std::size_t>(intSlot++)]);
-            else if (static_cast<std::size_t>(fracSlot) < fracShown)
+            if (!afterPoint) {
+                const int p = intSlot++;
+                if (p == 0)
+                    for (int k = 0; k < extra; ++k)
+                        emitDigit(intDigits[static_cast<std::size_t>(k)]);
+                const int fromRight = placeholders - 1 - p;
+                if (fromRight < digits)
+                    emitDigit(intDigits[static_cast<std::size_t>(digits - 1 - fromRight)]);
+                else if (s.intZero[static_cast<std::size_t>(p)])
+                    emitDigit('0');
+            } else if (static_cast<std::size_t>(fracSlot) < fracShown) {
                 out.push_back(fracDigits[static_cast<std::size_t>(fracSlot++)]);
+            }
         } else if (c == '.') {
             if (!afterPoint)
                 out.push_back(locale.DecimalSeparator);
@@ -229,10 +352,10 @@ std::string Render(const NumericSection& s, double v, const Locale& locale) {
                 out.push_back('-');
             else if (s.expAlwaysSign)
                 out.push_back('+');
-            std::string digits = std::to_string(std::abs(exponent));
-            if (static_cast<int>(digits.size()) < s.expDigits)
-                digits.insert(0, static_cast<std::size_t>(s.expDigits) - digits.size(), '0');
-            out += digits;
+            std::string expDigits = std::to_string(std::abs(exponent));
+            if (static_cast<int>(expDigits.size()) < s.expDigits)
+                expDigits.insert(0, static_cast<std::size_t>(s.expDigits) - expDigits.size(), '0');
+            out += expDigits;
         }
         // ',' produces nothing by itself.
     }

@@ -24,6 +24,15 @@ std::vector<FormatToken> TokenizeFormat(std::string_view format);
 std::vector<std::string_view> SplitSections(std::string_view format);
 
 std::string FormatNumberUser(double v, std::string_view format, bool isEmpty, const Locale& locale);
+
+// The decimal digits of |v| rounded half away from zero at `decimals`
+// places, working on the number's 15-significant-digit decimal value (so
+// 2.345 rounds to 2.35): integer digits without leading zeros ("" for zero)
+// and exactly `decimals` fraction digits. RoundDecimal takes an exact
+// integer shortcut where it can; RoundDecimalByLibrary always reads the 15
+// digits from the library's correctly rounded conversion.
+void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& fracDigits);
+void RoundDecimalByLibrary(double v, int decimals, std::string& intDigits, std::string& fracDigits);
 std::string FormatText(const std::string& text, std::string_view format);
 // Named numeric formats; matched is false when name is none of them.
 std::string FormatNamedNumber(std::string_view name, double v, const Locale& locale, bool& matched);

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 
 namespace engine {
@@ -65,33 +66,41 @@ std::optional<double> Value::ToNumber(const Locale& locale) const {
     return std::nullopt;
 }
 
+namespace {
+
+constexpr double ExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+} // namespace
+
 double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* consumed) {
     std::size_t i = 0;
     while (i < text.size() && (text[i] == ' ' || text[i] == '\t'))
         ++i;
-    // The number is copied with "." as its separator; digits beyond what a
-    // double can tell apart do not change its value, so a bounded copy is enough.
-    char digits[72];
-    std::size_t n = 0;
+    bool negative = false;
     if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
-        if (text[i] == '-')
-            digits[n++] = '-';
+        negative = text[i] == '-';
         ++i;
     }
+    const std::size_t start = i;
+    // The digits as an integer and the number of fraction digits. With at
+    // most 15 significant digits and 22 fraction digits both are exact
+    // doubles, and one division gives the correctly rounded value.
+    std::uint64_t mantissa = 0;
+    int significant = 0, fraction = 0;
     bool sawDigit = false, sawPoint = false;
-    int exponentShift = 0; // integer digits dropped beyond the copy
     for (; i < text.size(); ++i) {
-        char c = text[i];
+        const char c = text[i];
         if (c >= '0' && c <= '9') {
             sawDigit = true;
-            if (n < sizeof digits - 1)
-                digits[n++] = c;
-            else if (!sawPoint)
-                ++exponentShift;
+            if (significant <= 15) {
+                mantissa = mantissa * 10 + static_cast<unsigned>(c - '0');
+                significant += mantissa != 0;
+                fraction += sawPoint;
+            }
         } else if (c == decimalSeparator && !sawPoint) {
             sawPoint = true;
-            if (n < sizeof digits - 1)
-                digits[n++] = '.';
         } else {
             break;
         }
@@ -100,6 +109,31 @@ double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* 
         *consumed = sawDigit ? i : 0;
     if (!sawDigit)
         return 0.0;
+    if (significant <= 15 && fraction <= 22) {
+        const double v = static_cast<double>(mantissa) / ExactPowersOfTen[fraction];
+        return negative ? -v : v;
+    }
+    // Longer numbers: copied with "." as their separator for the library's
+    // correctly rounded reading. Digits beyond what a double can tell apart
+    // do not change its value, so a bounded copy is enough.
+    char digits[72];
+    std::size_t n = 0;
+    if (negative)
+        digits[n++] = '-';
+    int exponentShift = 0; // integer digits dropped beyond the copy
+    bool point = false;
+    for (std::size_t k = start; k < i; ++k) {
+        const char c = text[k];
+        if (c == decimalSeparator) {
+            point = true;
+            if (n < sizeof digits - 1)
+                digits[n++] = '.';
+        } else if (n < sizeof digits - 1) {
+            digits[n++] = c;
+        } else if (!point) {
+            ++exponentShift;
+        }
+    }
     double v = 0;
     std::from_chars(digits, digits + n, v);
     return exponentShift ? v * std::pow(10.0, exponentShift) : v;

@@ -11,17 +11,22 @@
 
 namespace output {
 
-std::string FileLogWriter::AppendLine(const std::string& path, const std::string& text) {
+bool FileLogWriter::AppendLine(const std::string& path, const std::string& text,
+                               std::string& error) {
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::app);
-    if (!out)
-        return errno ? std::strerror(errno) : "the file cannot be opened";
+    if (!out) {
+        error = errno ? std::strerror(errno) : "the file cannot be opened";
+        return false;
+    }
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
     out.write("\r\n", 2);
     out.close();
-    if (!out)
-        return errno ? std::strerror(errno) : "the file cannot be written";
-    return "";
+    if (!out) {
+        error = errno ? std::strerror(errno) : "the file cannot be written";
+        return false;
+    }
+    return true;
 }
 
 std::string MapLogPath(const std::string& name, const std::string& home) {
@@ -89,18 +94,22 @@ bool IncrementDigits(std::string& text) {
     char* d = text.data();
     if (n == 0 || n >= 15 || (d[0] == '0' && n > 1))
         return false;
-    std::size_t nines = 0; // trailing nines, which become zeros
+    std::size_t lastNotNine = n; // n: all nines
     for (std::size_t i = 0; i < n; ++i) {
-        if (d[i] < '0' || d[i] > '9')
+        const unsigned digit = static_cast<unsigned char>(d[i] - '0');
+        if (digit > 9)
             return false;
-        nines = d[i] == '9' ? nines + 1 : 0;
+        if (digit != 9)
+            lastNotNine = i;
     }
-    for (std::size_t i = n - nines; i < n; ++i)
+    for (std::size_t i = lastNotNine + 1; i < n; ++i)
         d[i] = '0';
-    if (nines == n)
+    if (lastNotNine == n) {
+        std::fill(d, d + n, '0');
         text.insert(text.begin(), '1');
-    else
-        ++d[n - nines - 1];
+    } else {
+        ++d[lastNotNine];
+    }
     return true;
 }
 
@@ -223,9 +232,9 @@ void RecordDispatch::WriteLogLine(const std::string& text) {
         pendingLines_.push_back(text);
         return;
     }
+    std::string error;
     while (true) {
-        std::string error = log_.AppendLine(logPath_, text);
-        if (error.empty())
+        if (log_.AppendLine(logPath_, text, error))
             return;
         messages_.Beep();
         config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + error,
@@ -250,7 +259,8 @@ void RecordDispatch::WriteLogLine(const std::string& text) {
 
 void RecordDispatch::WritePendingLines() {
     std::size_t written = 0;
-    while (!pendingLines_.empty() && log_.AppendLine(logPath_, pendingLines_.front()).empty()) {
+    std::string error;
+    while (!pendingLines_.empty() && log_.AppendLine(logPath_, pendingLines_.front(), error)) {
         pendingLines_.pop_front();
         ++written;
     }

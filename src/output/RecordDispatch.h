@@ -21,14 +21,16 @@ namespace output {
 class LogWriter {
 public:
     virtual ~LogWriter() = default;
-    // Appends text followed by a carriage return and a line feed. Returns an
-    // empty text on success, else the system's description of the error.
-    virtual std::string AppendLine(const std::string& path, const std::string& text) = 0;
+    // Appends text followed by a carriage return and a line feed. False
+    // when that fails, with the system's description of the error in error.
+    virtual bool AppendLine(const std::string& path, const std::string& text,
+                            std::string& error) = 0;
 };
 
 class FileLogWriter : public LogWriter {
 public:
-    std::string AppendLine(const std::string& path, const std::string& text) override;
+    bool AppendLine(const std::string& path, const std::string& text,
+                    std::string& error) override;
 };
 
 // The DDE Server mode as seen from the dispatcher: every field shown is an

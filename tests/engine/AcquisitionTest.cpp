@@ -20,11 +20,11 @@ class MemoryLog : public output::LogWriter {
 public:
     std::vector<std::string> lines;
     std::string failure;
-    std::string AppendLine(const std::string&, const std::string& text) override {
-        if (!failure.empty())
-            return failure;
-        lines.push_back(text);
-        return "";
+    bool AppendLine(const std::string&, const std::string& text, std::string& error) override {
+        error = failure;
+        if (failure.empty())
+            lines.push_back(text);
+        return failure.empty();
     }
 };
 

@@ -1,7 +1,11 @@
 #include "engine/Format.h"
 #include "engine/DateTimeTokens.h"
+#include "engine/FormatParts.h"
 
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
 
 using namespace engine;
 
@@ -182,4 +186,28 @@ TEST(DateTimeDisplay, SetupCommandAsksOnlyWhenTurningOn) {
     answer = "yyyy";
     ToggleDateTimeDisplay(cfg, ask);
     EXPECT_EQ(cfg.DateTimeFormat, "yyyy");
+}
+
+TEST(Format, FastRoundingAgreesWithTheLibrarysFifteenDigits) {
+    // Rounding takes an integer shortcut where it is certain; it must give
+    // exactly the digits that reading the library's 15 significant digits
+    // gives, ties at the 15th digit and powers of ten included.
+    std::vector<double> values = {2.345,  1.005,   0.125,    12.345 * 1000, 999999999999999.9,
+                                  9.9999999999999995, 0.5, 1e-8,    1e-9,    99999999999999.95,
+                                  123456789012345.6, 1e15, 0.0000123, 7.0,   1234.5};
+    std::mt19937_64 random(11);
+    for (int i = 0; i < 30000; ++i) {
+        const double mantissa = static_cast<double>(random() % 100000000) / 1000.0;
+        const int scale = static_cast<int>(random() % 24) - 12;
+        values.push_back(mantissa * std::pow(10.0, scale));
+        // Decimal ties such as 0.0125 at every scale.
+        values.push_back((static_cast<double>(random() % 100000) + 0.5) * std::pow(10.0, scale));
+    }
+    for (double v : values)
+        for (int decimals : {0, 1, 2, 3, 6, 17}) {
+            std::string fastInt, fastFrac, libInt, libFrac;
+            RoundDecimal(v, decimals, fastInt, fastFrac);
+            RoundDecimalByLibrary(v, decimals, libInt, libFrac);
+            ASSERT_EQ(fastInt + "." + fastFrac, libInt + "." + libFrac) << v << " at " << decimals;
+        }
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <random>
+
 using engine::GeneralNumber;
 using engine::LeadingNumber;
 using engine::Locale;
@@ -56,6 +59,32 @@ TEST(LeadingNumber, ReadsBlanksSignDigitsAndOneSeparator) {
         EXPECT_DOUBLE_EQ(LeadingNumber(c.text, c.sep, &used), c.v) << c.text;
         EXPECT_EQ(used, c.used) << c.text;
     }
+}
+
+TEST(LeadingNumber, IsCorrectlyRoundedForShortAndLongNumbers) {
+    // Short numbers take an exact shortcut, long ones the library's reading;
+    // both must give the double nearest to the decimal value, bit for bit.
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text = random() % 2 ? "-" : "";
+        const int intDigits = static_cast<int>(random() % 12);
+        const int fracDigits = static_cast<int>(random() % 26);
+        for (int d = 0; d < intDigits; ++d)
+            text += static_cast<char>('0' + random() % 10);
+        if (intDigits == 0 || fracDigits > 0) {
+            text += '.';
+            for (int d = 0; d < std::max(fracDigits, intDigits == 0 ? 1 : 0); ++d)
+                text += static_cast<char>('0' + random() % 10);
+        }
+        double expected = 0;
+        std::from_chars(text.data(), text.data() + text.size(), expected);
+        std::size_t used = 0;
+        ASSERT_EQ(LeadingNumber(text, '.', &used), expected) << text;
+        ASSERT_EQ(used, text.size()) << text;
+    }
+    EXPECT_EQ(LeadingNumber("0.1", '.'), 0.1);
+    EXPECT_EQ(LeadingNumber("9007199254740993", '.'), 9007199254740992.0); // nearest double
+    EXPECT_EQ(LeadingNumber("123456789012345678901234567890", '.'), 1.2345678901234568e29);
 }
 
 TEST(Value, ConvertsToTextAndNumberAsFieldsShowThem) {
