@@ -142,7 +142,13 @@ void Acquisition::Activate() {
                 state_.LastCharWasSpace = state_.InChar == 32;
                 continue;
             }
-        } else if (runsAppend_) {
+            // A plain byte that passes the start rule opens the record and
+            // begins a run, as it would byte by byte.
+            if (runsAppend_ && runClass_[*p] == Plain &&
+                (byteClass_[preInputByte_[*p]] & StartsRecord))
+                state_.RecordActive = true;
+        }
+        if (runsAppend_ && state_.RecordActive) {
             const std::uint8_t* begin = received_.data() + receivedPos_;
             const std::uint8_t* end = received_.data() + receivedLen_;
             const std::uint8_t* p = begin;

@@ -86,31 +86,23 @@ void EmptyField(engine::Value& field) {
         field = engine::Value::Text("");
 }
 
-// Adds one to a counter written as plain decimal digits (no leading zero),
-// in place; false for any other text, and from 15 digits on, where the
-// general number format takes over.
-bool IncrementDigits(std::string& text) {
-    const std::size_t n = text.size();
-    char* d = text.data();
-    if (n == 0 || n >= 15 || (d[0] == '0' && n > 1))
-        return false;
-    std::size_t lastNotNine = n; // n: all nines
-    for (std::size_t i = 0; i < n; ++i) {
-        const unsigned digit = static_cast<unsigned char>(d[i] - '0');
-        if (digit > 9)
-            return false;
-        if (digit != 9)
-            lastNotNine = i;
-    }
-    for (std::size_t i = lastNotNine + 1; i < n; ++i)
-        d[i] = '0';
-    if (lastNotNine == n) {
-        std::fill(d, d + n, '0');
+// Plain decimal digits without a leading zero, short of the 15 digits from
+// which the general number format takes over.
+bool IsPlainCounter(const std::string& text) {
+    return !text.empty() && text.size() < 15 && (text[0] != '0' || text.size() == 1) &&
+           std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c - '0') <= 9; });
+}
+
+// Adds one to a plain counter in place.
+void IncrementDigits(std::string& text) {
+    std::size_t i = text.size();
+    while (i > 0 && text[i - 1] == '9')
+        text[--i] = '0';
+    if (i == 0)
         text.insert(text.begin(), '1');
-    } else {
-        ++d[lastNotNine];
-    }
-    return true;
+    else
+        ++text[i - 1];
 }
 
 } // namespace
@@ -121,13 +113,16 @@ void RecordDispatch::IncreaseRecordNumber() {
     // written back in the general number format. Plain digits, which is what
     // it holds unless someone wrote something else, are counted in place.
     std::string& counter = state_.RecordNumber;
-    if (IncrementDigits(counter))
-        return;
-    const double next = engine::LeadingNumber(counter, locale_.DecimalSeparator) + 1;
-    if (next > -1e15 && next < 1e15 && next == static_cast<double>(static_cast<long long>(next)))
-        counter = std::to_string(static_cast<long long>(next));
-    else
-        counter = engine::GeneralNumber(next, false, locale_);
+    if (IsPlainCounter(counter)) {
+        IncrementDigits(counter);
+    } else {
+        const double next = engine::LeadingNumber(counter, locale_.DecimalSeparator) + 1;
+        if (next > -1e15 && next < 1e15 &&
+            next == static_cast<double>(static_cast<long long>(next)))
+            counter = std::to_string(static_cast<long long>(next));
+        else
+            counter = engine::GeneralNumber(next, false, locale_);
+    }
 }
 
 void RecordDispatch::BuildRecordText() {

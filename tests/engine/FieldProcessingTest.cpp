@@ -130,6 +130,27 @@ TEST(RecordDispatch, LogPathsAndTheRecordCounter) {
     state.RecordNumber = "41";
     dispatch.IncreaseRecordNumber();
     EXPECT_EQ(state.RecordNumber, "42");
+    // Counting on from what the user (or another program) wrote, record after
+    // record, carries included.
+    const std::vector<std::pair<std::string, std::vector<std::string>>> counts = {
+        {"8", {"9", "10", "11"}},
+        {"-3", {"-2", "-1", "0", "1"}},
+        {"0.5", {"1.5", "2.5"}},
+        {"007", {"8", "9", "10"}},
+        {"199", {"200", "201"}},
+        {"12 g", {"13", "14"}},
+        {"99999999999999", {"100000000000000", "100000000000001"}},
+        {"999999999999999", {"1E+15"}},
+    };
+    for (const auto& [start, expected] : counts) {
+        state.RecordNumber = start;
+        std::vector<std::string> seen;
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            dispatch.IncreaseRecordNumber();
+            seen.push_back(state.RecordNumber);
+        }
+        EXPECT_EQ(seen, expected) << start;
+    }
 
     cfg.TransferMode = config::SendKeystrokes;
     dispatch.BuildOutputTranslation();
