@@ -40,21 +40,27 @@ void Acquisition::Activate() {
     fields_.Activate(cfg_, state_);
     state_.TimedOutputFlags = cfg_.TimerEnabled;
     state_.CurField = 1;
+    ResolveByteTables();
+    receivedPos_ = receivedLen_ = 0;
+    if (cfg_.ActivateSuspended)
+        ToggleSuspend();
+}
+
+void Acquisition::ResolveByteTables() {
     const int delimiter =
         cfg_.DelimiterChar.empty() ? -1 : static_cast<unsigned char>(cfg_.DelimiterChar[0]);
     for (int i = 0; i < 256; ++i) {
-        const std::string& entry = cfg_.PreInputTranslation[static_cast<std::size_t>(i)];
-        auto& kind = preInputKind_[static_cast<std::size_t>(i)];
-        auto& byte = preInputByte_[static_cast<std::size_t>(i)];
-        kind = entry == "Ignore"        ? PreInput::Ignore
-               : entry == "Void Record" ? PreInput::Void
-                                        : PreInput::Replace;
+        const auto b = static_cast<std::size_t>(i);
+        const std::string& entry = cfg_.PreInputTranslation[b];
+        preInputKind_[b] = entry == "Ignore"        ? PreInput::Ignore
+                           : entry == "Void Record" ? PreInput::Void
+                                                    : PreInput::Replace;
         // The voided byte is stored as the first digit of its own code, as it
         // always was; an empty entry leaves the byte as it is.
-        byte = kind == PreInput::Void ? static_cast<std::uint8_t>(std::to_string(i)[0])
-               : entry.empty()        ? static_cast<std::uint8_t>(i)
-                                      : static_cast<std::uint8_t>(entry[0]);
-
+        preInputByte_[b] = preInputKind_[b] == PreInput::Void
+                               ? static_cast<std::uint8_t>(std::to_string(i)[0])
+                           : entry.empty() ? static_cast<std::uint8_t>(i)
+                                           : static_cast<std::uint8_t>(entry[0]);
         const char c = static_cast<char>(i);
         bool starts = true;
         switch (cfg_.StartOfRecordEvent) {
@@ -68,7 +74,7 @@ void Acquisition::Activate() {
             starts = cfg_.StartOfRecordChars.find(c) != std::string::npos;
             break;
         }
-        byteClass_[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(
+        byteClass_[b] = static_cast<std::uint8_t>(
             (starts ? StartsRecord : 0) |
             (state_.EndChars.find(c) != std::string::npos ? EndsRecord : 0) |
             (i == delimiter ? Delimiter : 0));
@@ -77,21 +83,17 @@ void Acquisition::Activate() {
     for (int i = 0; i < 256; ++i) {
         const auto b = static_cast<std::size_t>(i);
         preInputIsIdentity_ = preInputIsIdentity_ && preInputByte_[b] == b;
+        const bool ordinary =
+            preInputKind_[b] == PreInput::Replace && !(i == 13 && cfg_.FlowControl == 3);
         const std::uint8_t framing = byteClass_[preInputByte_[b]];
-        runClass_[b] = preInputKind_[b] != PreInput::Replace || (i == 13 && cfg_.FlowControl == 3) ||
-                               (framing & Delimiter)
-                           ? NotPlain
-                       : framing & EndsRecord ? PlainEnd
-                                              : Plain;
-        skipped_[b] = preInputKind_[b] == PreInput::Replace && !(i == 13 && cfg_.FlowControl == 3) &&
-                      !(framing & StartsRecord);
+        runClass_[b] = !ordinary || (framing & Delimiter) ? NotPlain
+                       : framing & EndsRecord             ? PlainEnd
+                                                          : Plain;
+        skipped_[b] = ordinary && !(framing & StartsRecord);
     }
     const int mode = cfg_.RecordMode;
     runsAppend_ = mode == 0 || mode == 1 || mode == 2 || mode == 4;
     runsEndRecords_ = mode == 0 || mode == 2;
-    receivedPos_ = receivedLen_ = 0;
-    if (cfg_.ActivateSuspended)
-        ToggleSuspend();
 }
 
 // Flattened: the byte loop is the hot path, and inlining what it calls (the
@@ -130,43 +132,10 @@ void Acquisition::Activate() {
             if (receivedLen_ == 0)
                 break;
         }
-        if (!state_.RecordActive) {
-            const std::uint8_t* begin = received_.data() + receivedPos_;
-            const std::uint8_t* end = received_.data() + receivedLen_;
-            const std::uint8_t* p = begin;
-            while (p != end && skipped_[*p])
-                ++p;
-            if (p != begin) {
-                receivedPos_ += static_cast<std::size_t>(p - begin);
-                state_.InChar = preInputByte_[p[-1]];
-                state_.LastCharWasSpace = state_.InChar == 32;
-                continue;
-            }
-            // A plain byte that passes the start rule opens the record and
-            // begins a run, as it would byte by byte.
-            if (runsAppend_ && runClass_[*p] == Plain &&
-                (byteClass_[preInputByte_[*p]] & StartsRecord))
-                state_.RecordActive = true;
+        if (!TakeRun()) {
+            const std::uint8_t byte = received_[receivedPos_++];
+            Step([&] { FrameByte(state_, cfg_, byte); });
         }
-        if (runsAppend_ && state_.RecordActive) {
-            const std::uint8_t* begin = received_.data() + receivedPos_;
-            const std::uint8_t* end = received_.data() + receivedLen_;
-            const std::uint8_t* p = begin;
-            while (p != end && runClass_[*p] == Plain)
-                ++p;
-            const bool closes = runsEndRecords_ && p != end && runClass_[*p] == PlainEnd;
-            if (closes)
-                ++p;
-            if (p != begin) {
-                receivedPos_ += static_cast<std::size_t>(p - begin);
-                Step([&] { FrameRun(begin, p, closes); });
-                if (state_.Suspended)
-                    return;
-                continue;
-            }
-        }
-        const std::uint8_t byte = received_[receivedPos_++];
-        Step([&] { FrameByte(state_, cfg_, byte); });
         // A one-shot record or a cancelled log write suspends input: the
         // rest stays unread until input resumes.
         if (state_.Suspended)
@@ -350,6 +319,40 @@ void Acquisition::ProcessByte(std::uint8_t byte) {
             CompleteRecord();
         }
     }
+}
+
+bool Acquisition::TakeRun() {
+    const std::uint8_t* begin = received_.data() + receivedPos_;
+    const std::uint8_t* end = received_.data() + receivedLen_;
+    const std::uint8_t* p = begin;
+    if (!state_.RecordActive) {
+        while (p != end && skipped_[*p])
+            ++p;
+        if (p != begin) {
+            receivedPos_ += static_cast<std::size_t>(p - begin);
+            state_.InChar = preInputByte_[p[-1]];
+            state_.LastCharWasSpace = state_.InChar == 32;
+            return true;
+        }
+        // A plain byte that passes the start rule opens the record and
+        // begins a run, as it would byte by byte.
+        if (!runsAppend_ || runClass_[*p] != Plain ||
+            !(byteClass_[preInputByte_[*p]] & StartsRecord))
+            return false;
+        state_.RecordActive = true;
+    } else if (!runsAppend_) {
+        return false;
+    }
+    while (p != end && runClass_[*p] == Plain)
+        ++p;
+    const bool closes = runsEndRecords_ && p != end && runClass_[*p] == PlainEnd;
+    if (closes)
+        ++p;
+    if (p == begin)
+        return false;
+    receivedPos_ += static_cast<std::size_t>(p - begin);
+    Step([&] { FrameRun(begin, p, closes); });
+    return true;
 }
 
 void Acquisition::FrameRun(const std::uint8_t* begin, const std::uint8_t* end, bool closes) {

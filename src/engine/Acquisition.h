@@ -44,7 +44,8 @@ public:
     void Timer1_Timer();
 
     // One received byte through the handshake, the pre-input translation, the
-    // start-of-record rule and the framing.
+    // start-of-record rule and the framing. The tick frames runs of ordinary
+    // bytes at once, with exactly the result of this, byte after byte.
     void ProcessByte(std::uint8_t byte);
     void CompleteRecord();
 
@@ -59,6 +60,7 @@ public:
     AcquisitionHooks hooks;
 
 private:
+    void ResolveByteTables();
     void TimedOutput();
     // ProcessByte's work with the state and settings as parameters, so that
     // the per-byte path keeps them in registers (each one-byte store to the
@@ -67,6 +69,10 @@ private:
     void FrameByte(RuntimeState& state, const config::Config& cfg, std::uint8_t byte);
     void Frame(RuntimeState& state, const config::Config& cfg, std::uint8_t c,
                std::uint8_t byteClass);
+    // Frames at once the run of bytes at receivedPos_ that can be framed so
+    // (see runClass_ and skipped_); false when the next byte must be framed
+    // on its own.
+    bool TakeRun();
     // Frames a run of plain bytes of an open record at once (see runClass_);
     // with closes, the run's last byte is the end character that completes
     // the record.
@@ -104,9 +110,9 @@ private:
     bool preInputIsIdentity_ = true;
     bool runsAppend_ = false;
     bool runsEndRecords_ = false;
-    // Bytes taken from the port and not framed yet; framing stays one byte
-    // at a time, and what a suspension leaves here is framed when input
-    // resumes (the reset discards it with the port's buffers).
+    // Bytes taken from the port and not framed yet: what a suspension leaves
+    // here is framed when input resumes (the reset discards it with the
+    // port's buffers).
     std::array<std::uint8_t, 4096> received_{};
     std::size_t receivedPos_ = 0, receivedLen_ = 0;
 };
