@@ -42,6 +42,9 @@ struct RuntimeState {
     int TimedOutputFlags = 0;
     std::int32_t NextTimedOutput = 0;
     bool OptoEchoPending = false;
+    // Whether the runtime window's TOutCtrl entry can be chosen; an interval
+    // of 0 set over DDE makes it unavailable.
+    bool TimedOutputAvailable = true;
 
     // Date/time display.
     std::optional<DateTime> LastDateTime;

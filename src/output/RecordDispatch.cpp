@@ -123,6 +123,8 @@ void RecordDispatch::IncreaseRecordNumber() {
         else
             counter = engine::GeneralNumber(next, false, locale_);
     }
+    if (dde)
+        dde->RecordNumberChanged(counter);
 }
 
 void RecordDispatch::BuildRecordText() {
@@ -153,7 +155,7 @@ void RecordDispatch::ShowFields() {
             shown = field.AsText();
         else
             shown = field.ToText(locale_);
-        if (dde && cfg_.TransferMode != config::SendKeystrokes)
+        if (dde)
             dde->FieldChanged(i, shown);
     }
 }

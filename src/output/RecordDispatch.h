@@ -33,13 +33,14 @@ public:
                     std::string& error) override;
 };
 
-// The DDE Server mode as seen from the dispatcher: every field shown is an
-// item other programs may follow, and a command goes to the target program
-// after each record.
+// The DDE items as seen from the dispatcher: every field shown and the record
+// counter are items other programs may follow, and in DDE Server mode a
+// command goes to the target program after each record.
 class DdeDelivery {
 public:
     virtual ~DdeDelivery() = default;
     virtual void FieldChanged(int field, const std::string& text) = 0;
+    virtual void RecordNumberChanged(const std::string& text) = 0;
     virtual void ExecuteTargetCommand(const std::string& command) = 0;
 };
 

@@ -1,0 +1,80 @@
+#pragma once
+// The operations other programs, hot keys and the runtime window's menus use
+// to steer a running runtime: queue output for the instrument, drive the
+// serial lines, switch timed output, reset, suspend and resume input, and ask
+// the runtime to exit. CoreRuntimeControl carries them out on the
+// acquisition loop, its port and the runtime state; FakeRuntimeControl
+// records them for tests.
+
+#include "engine/Acquisition.h"
+#include "engine/RuntimeState.h"
+#include "serial/Port.h"
+
+#include <string_view>
+
+namespace control {
+
+class RuntimeControl {
+public:
+    virtual ~RuntimeControl() = default;
+
+    // Appends bytes to PendingOutput; the next tick's flush sends them.
+    virtual void QueueOutput(std::string_view bytes) = 0;
+
+    // The serial lines. On the virtual device they do nothing.
+    virtual bool IsVirtualDevice() const = 0;
+    virtual void StartBreak() = 0; // released by the tick two ticks later
+    virtual void PulseDTR() = 0;   // the "DTR~" toggle: low for 155 ms
+    virtual void SetDTR(bool on) = 0;
+    virtual void SetRTS(bool on) = 0;
+    // False while the port is closed or its device has gone away.
+    virtual bool PortIsOpen() const = 0;
+
+    // Timed output, as the TOutCtrl menu entry switches it.
+    virtual bool TimedOutputOn() const = 0;
+    virtual void SetTimedOutput(bool on) = 0;
+    // Whether the TOutCtrl entry can be chosen.
+    virtual void SetTimedOutputAvailable(bool available) = 0;
+
+    // MReset: purge the port and drop the record in progress.
+    virtual void Reset() = 0;
+    // SuspendMenu and Resume1; each does nothing when input already is in
+    // the state asked for (Resume1 only acts while suspended).
+    virtual void Suspend() = 0;
+    virtual void Resume() = 0;
+    virtual void ResumeForOneRecord() = 0;
+
+    // The deferred exit: the tick runs the Exit action in the second tick
+    // that finds the port empty, well after the caller has returned.
+    virtual void RequestExit() = 0;
+};
+
+class CoreRuntimeControl : public RuntimeControl {
+public:
+    CoreRuntimeControl(engine::RuntimeState& state, engine::Acquisition& acquisition,
+                       serial::Port& port)
+        : state_(state), acquisition_(acquisition), port_(port) {}
+
+    void QueueOutput(std::string_view bytes) override;
+    bool IsVirtualDevice() const override;
+    void StartBreak() override;
+    void PulseDTR() override;
+    void SetDTR(bool on) override;
+    void SetRTS(bool on) override;
+    bool PortIsOpen() const override;
+    bool TimedOutputOn() const override;
+    void SetTimedOutput(bool on) override;
+    void SetTimedOutputAvailable(bool available) override;
+    void Reset() override;
+    void Suspend() override;
+    void Resume() override;
+    void ResumeForOneRecord() override;
+    void RequestExit() override;
+
+private:
+    engine::RuntimeState& state_;
+    engine::Acquisition& acquisition_;
+    serial::Port& port_;
+};
+
+} // namespace control

@@ -1,0 +1,340 @@
+// The runtime's DDE side without a bus: the name rules, the items and their
+// Changed notices, pokes, the target command after each record, the client
+// links, and the runtime control's virtual-device rule.
+
+#include "control/DdeRuntime.h"
+#include "control/DdeNames.h"
+#include "control/FakeDdeClient.h"
+#include "control/FakeRuntimeControl.h"
+#include "serial/FakePort.h"
+
+#include <gtest/gtest.h>
+
+using namespace control;
+
+namespace {
+
+struct Rig {
+    config::Config cfg;
+    engine::RuntimeState state;
+    FakeRuntimeControl runtime;
+    RecordingRuntimeHost host;
+    RecordingClipboard clipboard;
+    FakeDdeClient client;
+    config::RecordingMessageSink messages;
+    engine::ManualClock clock;
+    engine::Locale locale;
+    DdeRuntime dde{DdeRuntimeParts{cfg, state, runtime, host, clipboard, client, messages, clock,
+                                   locale, "/home/u"}};
+    std::vector<std::string> changes; // "item=text"
+
+    Rig() {
+        dde.OnChanged([this](const std::string& item, const std::string& text) {
+            changes.push_back(item + "=" + text);
+        });
+    }
+};
+
+} // namespace
+
+TEST(DdeNames, BusNamesFollowTheConvention) {
+    const struct {
+        const char* app;
+        const char* topic;
+        const char* busName;
+    } cases[] = {
+        {"Corvane", "COM1", "org.corvane.Corvane.COM1"},
+        {"Corvane", "Lab Scale #2", "org.corvane.Corvane.Lab_Scale__2"},
+        {"Corvane", "2nd", "org.corvane.Corvane._2nd"},
+        {"Excel", "System", "org.corvane.Excel.System"},
+        {"com.example.Lims", "Results", "com.example.Lims.Results"},
+        {"com.example.9lives", "a.b", "com.example._9lives.a_b"},
+        {"1app", "t", "org.corvane._1app.t"},
+        {"Caf\xe9", "t\xf6pic", "org.corvane.Caf_.t_pic"},
+        {"", "", "org.corvane._._"},
+        {"a..b", "x", "a._.b.x"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DdeBusName(c.app, c.topic), c.busName) << c.app << " / " << c.topic;
+}
+
+TEST(DdeNames, LinkTextsAndItemTexts) {
+    EXPECT_EQ(ParseLinkText("Corvane|COM1!Field(1)"), (LinkAddress{"Corvane", "COM1", "Field(1)"}));
+    EXPECT_EQ(ParseLinkText("Excel|Book1"), (LinkAddress{"Excel", "Book1", ""}));
+    EXPECT_EQ(ParseLinkText("App|T!a!b"), (LinkAddress{"App", "T", "a!b"}));
+    EXPECT_EQ(LinkText({"Corvane", "COM1", "DateTime"}), "Corvane|COM1!DateTime");
+    EXPECT_EQ(ItemText(std::string("12.5\0\r", 6)), "12.5");
+    EXPECT_EQ(ItemText("plain"), "plain");
+}
+
+TEST(DdeItems, RequestsFindItemsWithoutRegardToCaseAndOnlyConfiguredFields) {
+    Rig r;
+    r.cfg.NumFields = 3;
+    r.state.FieldText[3] = std::string("7.25\0\r", 6);
+    r.state.RecordNumber = "12";
+    r.state.DateTimeText = "14:05:09";
+    EXPECT_EQ(r.dde.Request("Field(3)"), "7.25");
+    EXPECT_EQ(r.dde.Request("FIELD(3)"), "7.25");
+    EXPECT_EQ(r.dde.Request("recordnumber"), "12");
+    EXPECT_EQ(r.dde.Request("DateTime"), "14:05:09");
+    EXPECT_EQ(r.dde.Request("CommandBuffer"), "");
+    for (const char* unknown : {"Field(0)", "Field(4)", "Field(03)", "Field()", "Field(1", "Foo",
+                                "OutputBuffer", "Field(x)"})
+        EXPECT_EQ(r.dde.Request(unknown), std::nullopt) << unknown;
+}
+
+TEST(DdeItems, APokeSetsTheItemAndAPokedCommandRunsAndIsCleared) {
+    Rig r;
+    EXPECT_EQ(r.dde.Poke("RecordNumber", "100"), PokeResult::Done);
+    EXPECT_EQ(r.state.RecordNumber, "100");
+    EXPECT_EQ(r.dde.Poke("Field(1)", "x"), PokeResult::Done);
+    EXPECT_EQ(r.dde.Poke("Field(2)", "x"), PokeResult::UnknownItem);
+    EXPECT_EQ(r.dde.Poke("CommandBuffer", "{SEND(a)}"), PokeResult::Done);
+    EXPECT_EQ(r.dde.Poke("CommandBuffer", "{SEND(a)}"), PokeResult::Done); // twice, runs twice
+    EXPECT_EQ(r.dde.Poke("CommandBuffer", "{NOPE}"), PokeResult::Refused);
+    EXPECT_EQ(r.runtime.output, "aa");
+    EXPECT_EQ(r.dde.Request("CommandBuffer"), "");
+    EXPECT_EQ(r.changes, (std::vector<std::string>{
+                             "RecordNumber=100", "Field(1)=x", "CommandBuffer={SEND(a)}",
+                             "CommandBuffer=", "CommandBuffer={SEND(a)}",
+                             "CommandBuffer=", "CommandBuffer={NOPE}", "CommandBuffer="}));
+}
+
+TEST(DdeItems, DeliveredRecordsPublishEveryFieldAndTheCounter) {
+    // Through the record dispatcher, in each transfer mode.
+    for (config::Integer mode : {config::SendKeystrokes, config::DdeServer, config::LogToDisk}) {
+        Rig r;
+        r.cfg.TransferMode = mode;
+        r.cfg.NumFields = 2;
+        r.cfg.LogFileName = "/dev/null";
+        output::FileLogWriter log;
+        output::RecordDispatch dispatch(r.cfg, r.state, r.clock, r.messages, r.locale, log, "/");
+        dispatch.dde = &r.dde;
+        dispatch.BuildOutputTranslation();
+        r.state.FieldValue[1] = engine::Value::Text("1.5");
+        r.state.FieldValue[2] = engine::Value::Text(std::string("g\0", 2));
+        dispatch.Deliver();
+        EXPECT_EQ(r.changes,
+                  (std::vector<std::string>{"Field(1)=1.5", "Field(2)=g", "RecordNumber=1"}))
+            << "mode " << mode;
+    }
+}
+
+TEST(TargetCommand, ConnectsLazilyKeepsTheConversationAndTriesAgainAfterADisconnect) {
+    Rig r;
+    r.cfg.DdeCmdApp = "Lims";
+    r.cfg.DdeCmdTopic = "Balance";
+    r.dde.ExecuteTargetCommand("[Fetch]");
+    EXPECT_EQ(r.client.connects.size(), 1u); // not running: nothing sent
+    EXPECT_TRUE(r.client.executed.empty());
+    r.client.servers.insert("Lims|Balance");
+    r.dde.ExecuteTargetCommand("[Fetch]");
+    r.dde.ExecuteTargetCommand("[Fetch]");
+    EXPECT_EQ(r.client.connects.size(), 2u); // kept from record to record
+    EXPECT_EQ(r.client.executed,
+              (std::vector<std::string>{"Lims|Balance: [Fetch]", "Lims|Balance: [Fetch]"}));
+    r.client.StopServer("Lims|Balance");
+    EXPECT_EQ(r.dde.target().conversation(), 0u);
+    r.dde.ExecuteTargetCommand("[Fetch]");
+    EXPECT_EQ(r.client.connects.size(), 3u);
+    r.client.servers.insert("Lims|Balance");
+    r.dde.ExecuteTargetCommand("[Fetch]");
+    EXPECT_EQ(r.client.executed.size(), 3u);
+    r.dde.Stop();
+    EXPECT_TRUE(r.client.open.empty());
+}
+
+TEST(TargetCommand, AnEmptyCommandNeverConnects) {
+    Rig r;
+    r.client.servers.insert("Excel|System");
+    r.dde.ExecuteTargetCommand("");
+    EXPECT_TRUE(r.client.connects.empty());
+    // Nor does the dispatcher ask for one.
+    r.cfg.TransferMode = config::DdeServer;
+    output::FileLogWriter log;
+    output::RecordDispatch dispatch(r.cfg, r.state, r.clock, r.messages, r.locale, log, "/");
+    dispatch.dde = &r.dde;
+    dispatch.Deliver();
+    EXPECT_TRUE(r.client.connects.empty());
+    r.cfg.DdeCmdText = "[Go]";
+    dispatch.Deliver();
+    EXPECT_EQ(r.client.executed, (std::vector<std::string>{"Excel|System: [Go]"}));
+}
+
+TEST(ClientLinks, AutoLinksStartWithTheRuntimeAndNeedAnApplicationAndATopic) {
+    Rig r;
+    r.cfg.CmdLinkApp = "Excel";
+    r.cfg.CmdLinkTopic = "Sheet1";
+    r.cfg.CmdLinkItem = "R1C1";
+    r.cfg.CmdLinkAuto = config::True;
+    r.cfg.OutLinkApp = "Excel"; // no topic
+    r.cfg.OutLinkAuto = config::True;
+    r.dde.Start();
+    ASSERT_EQ(r.client.links.size(), 1u);
+    const auto& link = r.client.links.begin()->second;
+    EXPECT_EQ(link.app + "|" + link.topic + "!" + link.item, "Excel|Sheet1!R1C1");
+    EXPECT_TRUE(r.messages.shown.empty());
+}
+
+TEST(ClientLinks, FailuresShowTheirMessageAndLeaveTheLinkOff) {
+    Rig r;
+    r.cfg.CmdLinkApp = "Excel";
+    r.cfg.CmdLinkTopic = "Sheet1";
+    r.cfg.CmdLinkItem = "R1C1";
+    r.cfg.OutLinkApp = "Lab";
+    r.cfg.OutLinkTopic = "Out";
+    r.cfg.OutLinkItem = "Cell";
+    r.dde.RelinkCommand();
+    r.client.LastLink()->events.failed();
+    EXPECT_FALSE(r.dde.links().Active(LinkKind::Command));
+    r.client.busAvailable = false;
+    r.dde.RelinkOutput();
+    EXPECT_FALSE(r.dde.links().Active(LinkKind::Buffer));
+    ASSERT_EQ(r.messages.shown.size(), 2u);
+    EXPECT_EQ(r.messages.shown[0].text,
+              "Cannot Establish DDE Command Link With: Excel,Sheet1,R1C1");
+    EXPECT_EQ(r.messages.shown[1].text,
+              "Cannot Establish DDE Output Buffer Link With: Lab,Out,Cell");
+}
+
+TEST(ClientLinks, ADroppedLinkGoesOffWithoutAMessage) {
+    Rig r;
+    r.cfg.CmdLinkApp = "A";
+    r.cfg.CmdLinkTopic = "T";
+    r.dde.RelinkCommand();
+    ASSERT_TRUE(r.dde.links().Active(LinkKind::Command));
+    r.client.LastLink()->events.dropped();
+    EXPECT_FALSE(r.dde.links().Active(LinkKind::Command));
+    EXPECT_TRUE(r.messages.shown.empty());
+}
+
+TEST(ClientLinks, EachNewCommandLinkTextIsExecutedAndCleared) {
+    Rig r;
+    r.cfg.CmdLinkApp = "A";
+    r.cfg.CmdLinkTopic = "T";
+    r.dde.RelinkCommand();
+    auto& value = r.client.LastLink()->events.value;
+    value(""); // the current text when established: nothing to run
+    value("{SEND(1)}");
+    value("{SEND(1)}"); // the same text again runs again
+    value("{NOPE}");
+    value("{SEND(2)}");
+    EXPECT_EQ(r.runtime.output, "112");
+    EXPECT_EQ(r.dde.Request("CommandBuffer"), "");
+}
+
+TEST(ClientLinks, BufferLinkTextsGoToTheInstrumentWithTheStripCrLfRule) {
+    const struct {
+        bool strip;
+        std::string text;
+        std::string sent;
+    } cases[] = {
+        {true, "12.5\r\n", "12.5"}, {true, "\r\n", ""}, // becomes empty: nothing is sent
+        {true, "12\n", "12\n"},                         // a lone line feed stays
+        {true, "x\r", "x\r"},       {false, "12.5\r\n", "12.5\r\n"},
+        {true, "\n", "\n"},
+    };
+    for (const auto& c : cases) {
+        Rig r;
+        r.cfg.StripOutputCrLf = c.strip ? config::True : config::False;
+        r.cfg.OutLinkApp = "A";
+        r.cfg.OutLinkTopic = "T";
+        r.dde.RelinkOutput();
+        r.client.LastLink()->events.value(c.text);
+        EXPECT_EQ(r.runtime.output, c.sent) << c.text;
+    }
+}
+
+TEST(ClientLinks, ASentBufferTextIsClearedSoTheSameTextIsSentAgain) {
+    Rig r;
+    r.cfg.OutLinkApp = "A";
+    r.cfg.OutLinkTopic = "T";
+    r.dde.RelinkOutput();
+    auto& value = r.client.LastLink()->events.value;
+    value("T\r\n");
+    value("T\r\n");
+    value("\r\n");
+    EXPECT_EQ(r.runtime.output, "TT");
+}
+
+TEST(ClientLinks, RelinkingEndsTheOldLinkFirstAndStopEndsBoth) {
+    Rig r;
+    r.cfg.CmdLinkApp = r.cfg.OutLinkApp = "A";
+    r.cfg.CmdLinkTopic = r.cfg.OutLinkTopic = "T";
+    r.dde.RelinkCommand();
+    r.dde.RelinkCommand();
+    r.dde.RelinkOutput();
+    ASSERT_EQ(r.client.links.size(), 3u);
+    EXPECT_TRUE(r.client.links[1].ended);
+    EXPECT_FALSE(r.client.links[2].ended);
+    r.dde.Stop();
+    EXPECT_TRUE(r.client.links[2].ended);
+    EXPECT_TRUE(r.client.links[3].ended);
+}
+
+TEST(CoreRuntimeControl, LineOperationsDoNothingOnTheVirtualDevice) {
+    for (auto mode : {engine::Normal, engine::VirtualDevice}) {
+        config::Config cfg;
+        engine::RuntimeState state;
+        state.RunMode = mode;
+        serial::FakePort port;
+        engine::ManualClock clock;
+        config::RecordingMessageSink messages;
+        engine::Locale locale;
+        output::FileLogWriter log;
+        output::RecordDispatch dispatch(cfg, state, clock, messages, locale, log, "/");
+        engine::Acquisition acquisition(cfg, state, port, clock, messages, locale, dispatch);
+        CoreRuntimeControl control(state, acquisition, port);
+        control.StartBreak();
+        control.PulseDTR();
+        control.SetDTR(false);
+        control.SetRTS(true);
+        control.QueueOutput("x");
+        if (mode == engine::Normal) {
+            EXPECT_EQ(port.calls,
+                      (std::vector<std::string>{"BREAK on", "pulse", "DTR off", "RTS on"}));
+            EXPECT_EQ(state.BreakTicks, 2);
+        } else {
+            EXPECT_TRUE(port.calls.empty());
+            EXPECT_EQ(state.BreakTicks, 0);
+        }
+        EXPECT_EQ(state.PendingOutput, "x");
+    }
+}
+
+TEST(CoreRuntimeControl, SuspendResumeTimedOutputAndExit) {
+    config::Config cfg;
+    engine::RuntimeState state;
+    serial::FakePort port;
+    engine::ManualClock clock;
+    config::RecordingMessageSink messages;
+    engine::Locale locale;
+    output::FileLogWriter log;
+    output::RecordDispatch dispatch(cfg, state, clock, messages, locale, log, "/");
+    engine::Acquisition acquisition(cfg, state, port, clock, messages, locale, dispatch);
+    CoreRuntimeControl control(state, acquisition, port);
+
+    control.Resume(); // not suspended: nothing
+    EXPECT_FALSE(state.Suspended);
+    control.Suspend();
+    control.Suspend();
+    EXPECT_TRUE(state.Suspended);
+    control.ResumeForOneRecord();
+    EXPECT_FALSE(state.Suspended);
+    EXPECT_TRUE(state.OneShotRecord);
+    control.Suspend();
+    control.Resume();
+    EXPECT_FALSE(state.Suspended);
+
+    state.TimedOutputFlags = 8;
+    control.SetTimedOutput(true);
+    EXPECT_EQ(state.TimedOutputFlags, 9);
+    EXPECT_TRUE(control.TimedOutputOn());
+    control.SetTimedOutput(false);
+    EXPECT_EQ(state.TimedOutputFlags, 8);
+
+    control.RequestExit();
+    EXPECT_EQ(state.ExitCountdown, -1);
+    port.lost = true;
+    EXPECT_FALSE(control.PortIsOpen());
+}
