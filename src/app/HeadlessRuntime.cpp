@@ -110,6 +110,7 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
 
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
+    StartDde();
     return true;
 }
 
@@ -161,6 +162,8 @@ void HeadlessRuntime::ReadStandardInput() {
 void HeadlessRuntime::Tick() {
     if (exiting_)
         return;
+    if (pendingReload_ && !state_.InTick)
+        Reload();
     ReadStandardInput();
     acquisition_->Timer1_Timer();
     if (exiting_)
@@ -206,6 +209,7 @@ void HeadlessRuntime::Exit() {
         return;
     exiting_ = true;
     timer_.stop();
+    StopDde();
     if (port_) {
         port_->FlushPendingOutput(state_.PendingOutput);
         if (dispatch_)

@@ -5,6 +5,12 @@
 
 #include "config/Config.h"
 #include "config/QtSettingsStore.h"
+#include "control/Clipboard.h"
+#include "control/DbusClient.h"
+#include "control/DbusServer.h"
+#include "control/DdeRuntime.h"
+#include "control/RuntimeControl.h"
+#include "control/RuntimeHost.h"
 #include "engine/Acquisition.h"
 #include "engine/PosixClock.h"
 #include "engine/RuntimeState.h"
@@ -29,10 +35,12 @@ struct HeadlessOptions {
     std::optional<std::string> portPath;
 };
 
-class HeadlessRuntime {
+// Without a window, the window commands of other programs ("{APPNORMAL}",
+// "{APPMINIMIZE}") are accepted and do nothing, and there is no clipboard.
+class HeadlessRuntime : public control::RuntimeHost {
 public:
     explicit HeadlessRuntime(config::MessageSink& messages);
-    ~HeadlessRuntime();
+    ~HeadlessRuntime() override;
 
     // Loads the configuration, opens the port (or the virtual device) and
     // starts the timer. False, after the message, when that fails.
@@ -56,6 +64,16 @@ private:
     std::string RuntimeCaptionFor() const;
     void StartKeystrokes();
 
+    // The DDE side (HeadlessDde.cpp): the server on the session bus, the
+    // client links and the target command.
+    void StartDde();
+    void StopDde();
+    void ShowNormal() override {}
+    void Minimize() override {}
+    void ReloadConfiguration(const std::string& file) override;
+    // Runs a reload asked for by "{CONFIG(", from the tick's start.
+    void Reload();
+
     config::MessageSink& messages_;
     config::Config cfg_;
     config::QtSettingsStore store_;
@@ -71,6 +89,13 @@ private:
     std::unique_ptr<output::X11WindowSystem> windows_;
     std::unique_ptr<output::KeySender> sender_;
     std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
+    std::unique_ptr<control::CoreRuntimeControl> control_;
+    control::NoClipboard clipboard_;
+    std::unique_ptr<control::DbusClient> ddeClient_;
+    std::unique_ptr<control::DdeRuntime> dde_;
+    std::unique_ptr<control::DbusServer> ddeServer_;
+    std::string servedName_;
+    std::optional<std::string> pendingReload_;
     QTimer timer_;
     bool inputEnded_ = false;
     std::optional<std::int32_t> logWaitSince_;

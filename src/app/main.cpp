@@ -36,6 +36,14 @@ constexpr const char* Usage =
                                       expand the date/time tokens of a macro
   corvane keys [--dry-run] [--window TITLE] STRING
                                       parse (and type) a keystroke string
+  corvane dde execute APP TOPIC COMMAND
+                                      send a command to a DDE server on the session bus
+  corvane dde request APP TOPIC ITEM  print an item's text
+  corvane dde poke APP TOPIC ITEM TEXT
+                                      set an item's text
+  corvane dde watch APP TOPIC ITEM    print the item's text, then each new one, until
+                                      interrupted
+                                      (a runtime on COM1 is APP Corvane, TOPIC COM1)
   corvane --help | --version
 )";
 
@@ -69,6 +77,8 @@ int main(int argc, char** argv) {
         return app::CmdEval(rest);
     if (command == "config")
         return app::CmdConfig(rest);
+    if (command == "dde")
+        return app::CmdDde(argc, argv, rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
     return 2;
 }

@@ -14,9 +14,7 @@ Port* ReconnectingPort::Current() {
         port_->ClosePort();
         port_.reset();
         lastAttempt_ = clock_.TickCount();
-        messages_.Show(
-            {"Device " + portName_ + " was disconnected; Corvane will go on when it is back.",
-             "Device Error", config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        ReportLoss();
         return nullptr;
     }
     if (!port_) {
@@ -79,6 +77,23 @@ void ReconnectingPort::ClosePort() {
         port_->ClosePort();
     port_.reset();
     closed_ = true;
+}
+
+void ReconnectingPort::Reopen() {
+    if (port_)
+        port_->ClosePort();
+    port_.reset();
+    closed_ = false;
+    lastAttempt_ = clock_.TickCount();
+    port_ = reopen_();
+    if (!port_)
+        ReportLoss();
+}
+
+void ReconnectingPort::ReportLoss() {
+    messages_.Show(
+        {"Device " + portName_ + " was disconnected; Corvane will go on when it is back.",
+         "Device Error", config::MessageIcon::Exclamation, config::MessageButtons::Ok});
 }
 
 } // namespace serial

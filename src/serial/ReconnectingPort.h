@@ -31,10 +31,15 @@ public:
     void ClearCommBreak() override;
     void ClosePort() override;
     bool IsLost() const override { return !port_; }
+    // Closes the device and opens it again at once with the opener (a new
+    // configuration's line settings); when that fails the device counts as
+    // lost and is tried again once a second.
+    void Reopen();
 
 private:
     // Returns the open port, trying to reopen a lost one when it is time.
     Port* Current();
+    void ReportLoss();
 
     std::unique_ptr<Port> port_;
     Opener reopen_;

@@ -1,0 +1,150 @@
+#include "control/DbusServer.h"
+
+#include "control/DbusText.h"
+#include "control/DdeNames.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+
+namespace control {
+
+namespace {
+
+const char* const IntrospectionXml = R"(<interface name="org.corvane.Dde1">
+  <method name="Execute"><arg name="command" type="s" direction="in"/></method>
+  <method name="Request">
+    <arg name="item" type="s" direction="in"/><arg name="text" type="s" direction="out"/>
+  </method>
+  <method name="Poke">
+    <arg name="item" type="s" direction="in"/><arg name="text" type="s" direction="in"/>
+  </method>
+  <signal name="Changed"><arg name="item" type="s"/><arg name="text" type="s"/></signal>
+</interface>
+)";
+
+bool AllStrings(const QList<QVariant>& args, qsizetype count) {
+    if (args.size() != count)
+        return false;
+    for (const QVariant& a : args)
+        if (a.metaType().id() != QMetaType::QString)
+            return false;
+    return true;
+}
+
+} // namespace
+
+// Handles the object's messages directly, so that no meta-object is needed
+// and each call is answered as soon as the handler returns.
+class DdeObject : public QDBusVirtualObject {
+public:
+    explicit DdeObject(DdeServerHandler& handler) : handler_(handler) {}
+
+    QString introspect(const QString&) const override { return IntrospectionXml; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.type() != QDBusMessage::MethodCallMessage ||
+            (!message.interface().isEmpty() && message.interface() != DdeInterface))
+            return false;
+        connection.send(Answer(message));
+        return true;
+    }
+
+private:
+    QDBusMessage Answer(const QDBusMessage& message) {
+        const QString member = message.member();
+        const QList<QVariant> args = message.arguments();
+        if (member == QLatin1String("Execute") && AllStrings(args, 1)) {
+            if (handler_.Execute(ToBytes(args[0].toString())))
+                return message.createReply();
+            return message.createErrorReply(DdeErrorRefused,
+                                            "The command was refused: " + args[0].toString());
+        }
+        if (member == QLatin1String("Request") && AllStrings(args, 1)) {
+            if (auto text = handler_.Request(ToBytes(args[0].toString())))
+                return message.createReply(FromBytes(*text));
+            return UnknownItem(message, args[0].toString());
+        }
+        if (member == QLatin1String("Poke") && AllStrings(args, 2)) {
+            switch (handler_.Poke(ToBytes(args[0].toString()), ToBytes(args[1].toString()))) {
+            case PokeResult::Done:
+                return message.createReply();
+            case PokeResult::UnknownItem:
+                return UnknownItem(message, args[0].toString());
+            case PokeResult::Refused:
+                break;
+            }
+            return message.createErrorReply(DdeErrorRefused,
+                                            "The command was refused: " + args[1].toString());
+        }
+        if (member == QLatin1String("Execute") || member == QLatin1String("Request") ||
+            member == QLatin1String("Poke"))
+            return message.createErrorReply(QDBusError::InvalidArgs,
+                                            member + " takes string arguments");
+        return message.createErrorReply(QDBusError::UnknownMethod,
+                                        "No method " + member + " in " + DdeInterface);
+    }
+
+    static QDBusMessage UnknownItem(const QDBusMessage& message, const QString& item) {
+        return message.createErrorReply(DdeErrorUnknownItem, "No such item: " + item);
+    }
+
+    DdeServerHandler& handler_;
+};
+
+DbusServer::DbusServer(DdeServerHandler& handler, QDBusConnection connection)
+    : object_(std::make_unique<DdeObject>(handler)), connection_(std::move(connection)) {}
+
+DbusServer::~DbusServer() {
+    Stop();
+}
+
+DbusServer::Status DbusServer::Start(const std::string& busName) {
+    Stop();
+    if (!connection_.isConnected())
+        return Status::NoBus;
+    // The object first, so that whoever sees the name finds it.
+    if (!connection_.registerVirtualObject(DdeObjectPath, object_.get()))
+        return Status::NameTaken;
+    busName_ = FromBytes(busName);
+    const auto reply = connection_.interface()->registerService(
+        busName_, QDBusConnectionInterface::DontQueueService,
+        QDBusConnectionInterface::DontAllowReplacement);
+    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        connection_.unregisterObject(DdeObjectPath);
+        busName_.clear();
+        return Status::NameTaken;
+    }
+    serving_ = true;
+    return Status::Serving;
+}
+
+void DbusServer::Stop() {
+    if (!serving_)
+        return;
+    serving_ = false;
+    connection_.interface()->unregisterService(busName_);
+    connection_.unregisterObject(DdeObjectPath);
+    busName_.clear();
+}
+
+void DbusServer::Changed(const std::string& item, const std::string& text) {
+    if (!serving_)
+        return;
+    QDBusMessage signal = QDBusMessage::createSignal(DdeObjectPath, DdeInterface, "Changed");
+    signal << FromBytes(item) << FromBytes(text);
+    connection_.send(signal);
+}
+
+std::string NameTakenMessage(const std::string& busName) {
+    return "The DDE name " + busName +
+           " is already taken by another program on the session bus: this runtime goes on "
+           "without its DDE server.";
+}
+
+std::string NoSessionBusMessage() {
+    return "No D-Bus session bus can be reached: this runtime goes on without its DDE server, "
+           "and DDE commands and links to other programs do not work.";
+}
+
+} // namespace control
