@@ -60,7 +60,24 @@ meter = {
     "LogFileName": "meter.log",
 }
 
-for name, cfg in (("balance", balance), ("barcode", barcode), ("meter", meter)):
+balance_dde = {
+    # The same balance serving its weight over DDE (the session bus): the
+    # runtime on COM1 publishes the weight in grams as the item "Field(1)" of
+    # org.corvane.Corvane.COM1, and its output string "Tare" makes the
+    # balance tare.
+    "BaudRate": 6, "Parity": 0, "DataBits": 3, "StopBits": 0,
+    "TransferMode": 1,
+    "StartOfRecordEvent": 2, "EndOfRecordEvent": 0,
+    "RecordStructure": 0, "NumFields": 1,
+    "FieldFilter": fields({1: "N"}, "C"),
+    "FieldFormat": fields({1: "0.000"}, ""),
+    "OutputStringName": ["Tare"] + [f"String{i}" for i in range(2, 21)],
+    "OutputString": ["T\r\n"] + [""] * 19,
+    "DdeCmdText": "",
+}
+
+for name, cfg in (("balance", balance), ("barcode", barcode), ("meter", meter),
+                  ("balance-dde", balance_dde)):
     with open(f"{name}.json", "w") as f:
         json.dump(cfg, f, indent=1)
         f.write("\n")

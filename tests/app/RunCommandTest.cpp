@@ -1,6 +1,7 @@
 // The headless runtime as users start it: `corvane run --headless ...` on the
 // virtual device (standard input and output) and on real pseudo-terminals.
 
+#include "support/PrivateBus.h"
 #include "support/ProcessRunner.h"
 #include "support/PseudoTerminal.h"
 
@@ -101,6 +102,8 @@ std::size_t Count(const std::string& haystack, const std::string& text) {
 }
 
 TEST(RunCommand, AQuietPortStaysOpenAndRawUntilRecordsCome) {
+    // A bus of its own, so that the runtime has nothing to say about the bus either.
+    testsupport::PrivateBus bus;
     TempDir dir;
     fs::path qx3 = MakeLogConfig(dir);
     // The system's default settings (echo, line editing) show at once if the

@@ -1,11 +1,17 @@
 #include <gtest/gtest.h>
 
+#include "support/PrivateBus.h"
+
 #include <clocale>
+#include <cstdlib>
 
 int main(int argc, char** argv) {
     // Tests set the locale record by hand; the C library stays in the C locale
     // so that the process environment never changes a result.
     std::setlocale(LC_ALL, "C");
+    // No test, and no program a test starts, reaches the desktop's session
+    // bus: there is none unless the test starts its own (PrivateBus).
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", testsupport::NoBusAddress, 1);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
