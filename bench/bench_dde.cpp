@@ -1,0 +1,249 @@
+// DDE Server mode on a private session bus: how many records per second a
+// runtime publishes through a pseudo-terminal with a Changed signal for every
+// item (4 fields and the record counter), all of them received by a follower
+// in this process; and the round trip of one Execute from this process while
+// records flow at 2,000 per second. The bus must never be the reason a record
+// is late: at least 2,000 records/s, and the 99th percentile Execute within
+// one tick (50 ms).
+
+#include "control/DbusClient.h"
+#include "control/DdeNames.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QObject>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <pty.h>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+const std::string BusName = "org.corvane.Corvane.COM1";
+
+// A dbus-daemon of the benchmark's own.
+struct PrivateBus {
+    pid_t pid = -1;
+    std::string address;
+    PrivateBus() {
+        int out[2];
+        if (pipe(out) != 0)
+            return;
+        pid = fork();
+        if (pid == 0) {
+            dup2(out[1], 1);
+            const int quiet = ::open("/dev/null", O_WRONLY);
+            dup2(quiet, 2); // its remarks (such as on the fd limit) are not the figures
+            execl(DBUS_DAEMON, DBUS_DAEMON, "--session", "--nofork", "--print-address=1", nullptr);
+            _exit(127);
+        }
+        ::close(out[1]);
+        char c;
+        while (::read(out[0], &c, 1) == 1 && c != '\n')
+            address += c;
+        ::close(out[0]);
+    }
+    ~PrivateBus() {
+        kill(pid, SIGTERM);
+        waitpid(pid, nullptr, 0);
+    }
+};
+
+// A headless runtime in DDE Server mode on a pseudo-terminal: four
+// comma-delimited fields per line.
+struct Runtime {
+    fs::path dir;
+    int master = -1;
+    pid_t pid = -1;
+    explicit Runtime(const std::string& busAddress) {
+        char tmpl[] = "/tmp/corvane-bench-XXXXXX";
+        dir = mkdtemp(tmpl);
+        std::ofstream(dir / "cfg.json") << R"({"TransferMode": 1, "RecordStructure": 1,
+            "NumFields": 4, "StartOfRecordEvent": 1})";
+        const std::string build = std::string(CORVANE_BINARY) + " config build " +
+                                  (dir / "cfg.json").string() + " " + (dir / "b.QX3").string();
+        if (std::system(build.c_str()) != 0)
+            return;
+        int slave = -1;
+        char name[256];
+        termios raw{};
+        cfmakeraw(&raw);
+        openpty(&master, &slave, name, &raw, nullptr);
+        ::close(slave);
+        pid = fork();
+        if (pid == 0) {
+            setenv("DBUS_SESSION_BUS_ADDRESS", busAddress.c_str(), 1);
+            execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--headless", "--port", name,
+                  (dir / "b.QX3").c_str(), nullptr);
+            _exit(127);
+        }
+    }
+    // User plus system CPU seconds of the runtime so far.
+    double CpuSeconds() const {
+        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+        std::string text((std::istreambuf_iterator<char>(stat)), {});
+        std::istringstream fields(text.substr(text.rfind(')') + 2));
+        std::string skip;
+        for (int i = 0; i < 11; ++i)
+            fields >> skip;
+        long utime = 0, stime = 0;
+        fields >> utime >> stime;
+        return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    }
+    ~Runtime() {
+        kill(pid, SIGTERM);
+        waitpid(pid, nullptr, 0);
+        ::close(master);
+        fs::remove_all(dir);
+    }
+    // Writes count records at most perSecond a second (0: as fast as the
+    // terminal takes them), until stop is set.
+    void Write(std::size_t count, std::size_t perSecond, const std::atomic<bool>& stop) const {
+        const std::string record = "1.234,5.678,9.012,3.456\r\n";
+        const std::size_t batch = perSecond ? std::max<std::size_t>(perSecond / 20, 1) : 200;
+        std::string data;
+        for (std::size_t i = 0; i < batch; ++i)
+            data += record;
+        auto next = Clock::now();
+        for (std::size_t written = 0; written < count && !stop; written += batch) {
+            const std::size_t n = std::min(batch, count - written) * record.size();
+            for (std::size_t sent = 0; sent < n;) {
+                const ssize_t w = ::write(master, data.data() + sent, n - sent);
+                if (w > 0)
+                    sent += static_cast<std::size_t>(w);
+            }
+            if (perSecond) {
+                next += std::chrono::milliseconds(50);
+                std::this_thread::sleep_until(next);
+            }
+        }
+    }
+};
+
+// Follows every Changed signal of the runtime.
+class Follower : public QObject {
+    Q_OBJECT
+public:
+    std::size_t received = 0;
+    QString recordNumber;
+public slots:
+    void OnChanged(const QString& item, const QString& text) {
+        ++received;
+        if (item == QLatin1String("RecordNumber"))
+            recordNumber = text;
+    }
+};
+
+// Connects to the private bus and waits until the runtime serves its name.
+QDBusConnection Connect(const PrivateBus& bus, const char* name) {
+    QDBusConnection connection =
+        QDBusConnection::connectToBus(QString::fromStdString(bus.address), name);
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
+    while (Clock::now() < deadline &&
+           control::CallDde(connection, BusName, "Request", {"RecordNumber"}, 1000).kind !=
+               control::DdeAnswer::Ok)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return connection;
+}
+
+void Follow(QDBusConnection& connection, Follower& follower) {
+    connection.connect(QString::fromStdString(BusName), control::DdeObjectPath,
+                       control::DdeInterface, "Changed", &follower,
+                       SLOT(OnChanged(QString, QString)));
+}
+
+void DdeServerRecords(benchmark::State& st) {
+    const std::size_t records = static_cast<std::size_t>(st.range(0));
+    for (auto _ : st) {
+        PrivateBus bus;
+        Runtime runtime(bus.address);
+        QDBusConnection connection = Connect(bus, "records");
+        Follower follower;
+        Follow(connection, follower);
+        std::atomic<bool> stop{false};
+        const double cpuBefore = runtime.CpuSeconds();
+        const auto start = Clock::now();
+        std::thread writer([&] { runtime.Write(records, 0, stop); });
+        const QString last = QString::number(records);
+        const auto deadline = start + std::chrono::seconds(120);
+        while (follower.recordNumber != last && Clock::now() < deadline)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        stop = true;
+        writer.join();
+        st.counters["records/s"] = static_cast<double>(records) / seconds;
+        st.counters["runtime CPU %"] = (runtime.CpuSeconds() - cpuBefore) / seconds * 100;
+        st.counters["signals lost"] =
+            static_cast<double>(records * 5) - static_cast<double>(follower.received);
+        QDBusConnection::disconnectFromBus("records");
+    }
+}
+
+void ExecuteRoundTrip(benchmark::State& st) {
+    const std::size_t calls = static_cast<std::size_t>(st.range(0));
+    for (auto _ : st) {
+        PrivateBus bus;
+        Runtime runtime(bus.address);
+        QDBusConnection connection = Connect(bus, "roundtrip");
+        Follower follower;
+        Follow(connection, follower);
+        std::atomic<bool> stop{false};
+        std::thread writer([&] { runtime.Write(SIZE_MAX, 2000, stop); });
+        std::vector<double> ms;
+        std::size_t failed = 0;
+        const auto start = Clock::now();
+        for (std::size_t i = 0; i < calls; ++i) {
+            const auto t0 = Clock::now();
+            const auto answer =
+                control::CallDde(connection, BusName, "Execute", {"{STRIPCRLF-ON}"}, 1000);
+            ms.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
+            failed += answer.kind != control::DdeAnswer::Ok;
+            // Let the follower keep up, and spread the calls over the ticks.
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(std::chrono::milliseconds(7));
+        }
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        stop = true;
+        writer.join();
+        std::sort(ms.begin(), ms.end());
+        st.counters["median ms"] = ms[ms.size() / 2];
+        st.counters["p99 ms"] = ms[ms.size() * 99 / 100];
+        st.counters["max ms"] = ms.back();
+        st.counters["failed"] = static_cast<double>(failed);
+        st.counters["records/s meanwhile"] = follower.recordNumber.toDouble() / seconds;
+        QDBusConnection::disconnectFromBus("roundtrip");
+    }
+}
+
+} // namespace
+
+BENCHMARK(DdeServerRecords)->Arg(20000)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK(ExecuteRoundTrip)->Arg(1000)->Iterations(1)->Unit(benchmark::kSecond);
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
+
+#include "bench_dde.moc"
