@@ -6,6 +6,7 @@
 // is late: at least 2,000 records/s, and the 99th percentile Execute within
 // one tick (50 ms).
 
+#include "RuntimeProcess.h"
 #include "control/DbusClient.h"
 #include "control/DdeNames.h"
 
@@ -19,15 +20,11 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
+#include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <pty.h>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
-#include <termios.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -69,51 +66,14 @@ struct PrivateBus {
 
 // A headless runtime in DDE Server mode on a pseudo-terminal: four
 // comma-delimited fields per line.
-struct Runtime {
-    fs::path dir;
-    int master = -1;
-    pid_t pid = -1;
-    explicit Runtime(const std::string& busAddress) {
-        char tmpl[] = "/tmp/corvane-bench-XXXXXX";
-        dir = mkdtemp(tmpl);
-        std::ofstream(dir / "cfg.json") << R"({"TransferMode": 1, "RecordStructure": 1,
-            "NumFields": 4, "StartOfRecordEvent": 1})";
-        const std::string build = std::string(CORVANE_BINARY) + " config build " +
-                                  (dir / "cfg.json").string() + " " + (dir / "b.QX3").string();
-        if (std::system(build.c_str()) != 0)
-            return;
-        int slave = -1;
-        char name[256];
-        termios raw{};
-        cfmakeraw(&raw);
-        openpty(&master, &slave, name, &raw, nullptr);
-        ::close(slave);
-        pid = fork();
-        if (pid == 0) {
-            setenv("DBUS_SESSION_BUS_ADDRESS", busAddress.c_str(), 1);
-            execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--headless", "--port", name,
-                  (dir / "b.QX3").c_str(), nullptr);
-            _exit(127);
-        }
-    }
-    // User plus system CPU seconds of the runtime so far.
-    double CpuSeconds() const {
-        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-        std::string text((std::istreambuf_iterator<char>(stat)), {});
-        std::istringstream fields(text.substr(text.rfind(')') + 2));
-        std::string skip;
-        for (int i = 0; i < 11; ++i)
-            fields >> skip;
-        long utime = 0, stime = 0;
-        fields >> utime >> stime;
-        return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
-    }
-    ~Runtime() {
-        kill(pid, SIGTERM);
-        waitpid(pid, nullptr, 0);
-        ::close(master);
-        fs::remove_all(dir);
-    }
+struct Runtime : benchrig::RuntimeProcess {
+    explicit Runtime(const std::string& busAddress)
+        : RuntimeProcess(
+              [](const fs::path&) {
+                  return R"({"TransferMode": 1, "RecordStructure": 1, "NumFields": 4,
+                             "StartOfRecordEvent": 1})";
+              },
+              busAddress) {}
     // Writes count records at most perSecond a second (0: as fast as the
     // terminal takes them), until stop is set.
     void Write(std::size_t count, std::size_t perSecond, const std::atomic<bool>& stop) const {
@@ -152,68 +112,76 @@ public slots:
     }
 };
 
-// Connects to the private bus and waits until the runtime serves its name.
-QDBusConnection Connect(const PrivateBus& bus, const char* name) {
-    QDBusConnection connection =
-        QDBusConnection::connectToBus(QString::fromStdString(bus.address), name);
-    const auto deadline = Clock::now() + std::chrono::seconds(10);
-    while (Clock::now() < deadline &&
-           control::CallDde(connection, BusName, "Request", {"RecordNumber"}, 1000).kind !=
-               control::DdeAnswer::Ok)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    return connection;
-}
+// A runtime on a bus of its own, followed from this process, and a thread
+// that writes records to its port.
+struct Rig {
+    PrivateBus bus;
+    Runtime runtime{bus.address};
+    QString connectionName;
+    QDBusConnection connection;
+    Follower follower;
+    std::atomic<bool> stop{false};
+    std::thread writer;
 
-void Follow(QDBusConnection& connection, Follower& follower) {
-    connection.connect(QString::fromStdString(BusName), control::DdeObjectPath,
-                       control::DdeInterface, "Changed", &follower,
-                       SLOT(OnChanged(QString, QString)));
-}
+    // Connects and waits until the runtime serves its name.
+    explicit Rig(const char* name)
+        : connectionName(name),
+          connection(QDBusConnection::connectToBus(QString::fromStdString(bus.address), name)) {
+        const auto deadline = Clock::now() + std::chrono::seconds(10);
+        while (Clock::now() < deadline &&
+               control::CallDde(connection, BusName, "Request", {"RecordNumber"}, 1000).kind !=
+                   control::DdeAnswer::Ok)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        connection.connect(QString::fromStdString(BusName), control::DdeObjectPath,
+                           control::DdeInterface, "Changed", &follower,
+                           SLOT(OnChanged(QString, QString)));
+    }
+    ~Rig() {
+        stop = true;
+        if (writer.joinable())
+            writer.join();
+        QDBusConnection::disconnectFromBus(connectionName);
+    }
+    void StartWriting(std::size_t records, std::size_t perSecond) {
+        writer =
+            std::thread([this, records, perSecond] { runtime.Write(records, perSecond, stop); });
+    }
+};
 
 void DdeServerRecords(benchmark::State& st) {
     const std::size_t records = static_cast<std::size_t>(st.range(0));
     for (auto _ : st) {
-        PrivateBus bus;
-        Runtime runtime(bus.address);
-        QDBusConnection connection = Connect(bus, "records");
-        Follower follower;
-        Follow(connection, follower);
-        std::atomic<bool> stop{false};
-        const double cpuBefore = runtime.CpuSeconds();
+        Rig rig("records");
+        const double cpuBefore = rig.runtime.CpuSeconds();
+        const double busCpuBefore = benchrig::ProcessCpuSeconds(rig.bus.pid);
         const auto start = Clock::now();
-        std::thread writer([&] { runtime.Write(records, 0, stop); });
+        rig.StartWriting(records, 0);
         const QString last = QString::number(records);
         const auto deadline = start + std::chrono::seconds(120);
-        while (follower.recordNumber != last && Clock::now() < deadline)
+        while (rig.follower.recordNumber != last && Clock::now() < deadline)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        stop = true;
-        writer.join();
         st.counters["records/s"] = static_cast<double>(records) / seconds;
-        st.counters["runtime CPU %"] = (runtime.CpuSeconds() - cpuBefore) / seconds * 100;
+        st.counters["runtime CPU %"] = (rig.runtime.CpuSeconds() - cpuBefore) / seconds * 100;
+        st.counters["dbus-daemon CPU %"] =
+            (benchrig::ProcessCpuSeconds(rig.bus.pid) - busCpuBefore) / seconds * 100;
         st.counters["signals lost"] =
-            static_cast<double>(records * 5) - static_cast<double>(follower.received);
-        QDBusConnection::disconnectFromBus("records");
+            static_cast<double>(records * 5) - static_cast<double>(rig.follower.received);
     }
 }
 
 void ExecuteRoundTrip(benchmark::State& st) {
     const std::size_t calls = static_cast<std::size_t>(st.range(0));
     for (auto _ : st) {
-        PrivateBus bus;
-        Runtime runtime(bus.address);
-        QDBusConnection connection = Connect(bus, "roundtrip");
-        Follower follower;
-        Follow(connection, follower);
-        std::atomic<bool> stop{false};
-        std::thread writer([&] { runtime.Write(SIZE_MAX, 2000, stop); });
+        Rig rig("roundtrip");
+        rig.StartWriting(SIZE_MAX, 2000);
         std::vector<double> ms;
         std::size_t failed = 0;
         const auto start = Clock::now();
         for (std::size_t i = 0; i < calls; ++i) {
             const auto t0 = Clock::now();
             const auto answer =
-                control::CallDde(connection, BusName, "Execute", {"{STRIPCRLF-ON}"}, 1000);
+                control::CallDde(rig.connection, BusName, "Execute", {"{STRIPCRLF-ON}"}, 1000);
             ms.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
             failed += answer.kind != control::DdeAnswer::Ok;
             // Let the follower keep up, and spread the calls over the ticks.
@@ -221,15 +189,12 @@ void ExecuteRoundTrip(benchmark::State& st) {
             std::this_thread::sleep_for(std::chrono::milliseconds(7));
         }
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        stop = true;
-        writer.join();
         std::sort(ms.begin(), ms.end());
         st.counters["median ms"] = ms[ms.size() / 2];
         st.counters["p99 ms"] = ms[ms.size() * 99 / 100];
         st.counters["max ms"] = ms.back();
         st.counters["failed"] = static_cast<double>(failed);
-        st.counters["records/s meanwhile"] = follower.recordNumber.toDouble() / seconds;
-        QDBusConnection::disconnectFromBus("roundtrip");
+        st.counters["records/s meanwhile"] = rig.follower.recordNumber.toDouble() / seconds;
     }
 }
 

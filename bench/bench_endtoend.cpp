@@ -3,12 +3,12 @@
 // record's last byte written to the terminal until the record is in the log
 // file, and the CPU use of an idle running instance.
 
+#include "RuntimeProcess.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -28,56 +28,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Instance {
-    fs::path dir, log;
-    int master = -1;
-    pid_t pid = -1;
+// A logging runtime: one line per record in its folder's bench.log.
+struct Instance : benchrig::RuntimeProcess {
+    fs::path log;
 
-    Instance() {
-        char tmpl[] = "/tmp/corvane-bench-XXXXXX";
-        dir = mkdtemp(tmpl);
-        log = dir / "bench.log";
-        std::ofstream(dir / "cfg.json")
-            << R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" << log.string()
-            << "\"}";
-        std::string build = std::string(CORVANE_BINARY) + " config build " +
-                            (dir / "cfg.json").string() + " " + (dir / "b.QX3").string();
-        if (std::system(build.c_str()) != 0)
-            return;
-        int slave = -1;
-        char name[256];
-        termios raw{};
-        cfmakeraw(&raw);
-        openpty(&master, &slave, name, &raw, nullptr);
-        ::close(slave);
-        pid = fork();
-        if (pid == 0) {
-            execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--headless", "--port", name,
-                  (dir / "b.QX3").c_str(), nullptr);
-            _exit(127);
-        }
+    Instance()
+        : RuntimeProcess([](const fs::path& dir) {
+              return R"({"TransferMode": 2, "StartOfRecordEvent": 2, "LogFileName": ")" +
+                     (dir / "bench.log").string() + "\"}";
+          }),
+          log(dir / "bench.log") {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    }
-    ~Instance() {
-        if (pid > 0) {
-            kill(pid, SIGTERM);
-            int status;
-            waitpid(pid, &status, 0);
-        }
-        ::close(master);
-        fs::remove_all(dir);
-    }
-    // User plus system CPU seconds of the instance so far.
-    double CpuSeconds() const {
-        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-        std::string text((std::istreambuf_iterator<char>(stat)), {});
-        std::istringstream fields(text.substr(text.rfind(')') + 2));
-        std::string skip;
-        for (int i = 0; i < 11; ++i)
-            fields >> skip;
-        long utime = 0, stime = 0;
-        fields >> utime >> stime;
-        return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
     }
     std::size_t LogLines() const {
         std::ifstream in(log, std::ios::binary);

@@ -3,9 +3,7 @@
 // arguments, refusals and the virtual-device rules.
 
 #include "config/ConfigFile.h"
-#include "control/DdeRuntime.h"
-#include "control/FakeDdeClient.h"
-#include "control/FakeRuntimeControl.h"
+#include "control/DdeRig.h"
 #include "support/ProcessRunner.h"
 
 #include <gtest/gtest.h>
@@ -15,37 +13,7 @@
 
 using namespace control;
 
-namespace {
-
-struct Rig {
-    config::Config cfg;
-    engine::RuntimeState state;
-    FakeRuntimeControl runtime;
-    RecordingRuntimeHost host;
-    RecordingClipboard clipboard;
-    FakeDdeClient client;
-    config::RecordingMessageSink messages;
-    engine::ManualClock clock;
-    engine::Locale locale;
-    DdeRuntime dde{DdeRuntimeParts{cfg, state, runtime, host, clipboard, client, messages, clock,
-                                   locale, "/home/u"}};
-    std::vector<std::string> changes; // "item=text"
-
-    Rig() {
-        dde.OnChanged([this](const std::string& item, const std::string& text) {
-            changes.push_back(item + "=" + text);
-        });
-    }
-    bool Exec(const std::string& command) { return dde.Execute(command); }
-    std::string Calls() const {
-        std::string all;
-        for (const auto& c : runtime.calls)
-            all += (all.empty() ? "" : ", ") + c;
-        return all;
-    }
-};
-
-} // namespace
+using Rig = DdeRig;
 
 TEST(DecodeOutputString, QuotesNumbersAndSeparators) {
     const struct {

@@ -2,40 +2,15 @@
 // Changed notices, pokes, the target command after each record, the client
 // links, and the runtime control's virtual-device rule.
 
-#include "control/DdeRuntime.h"
 #include "control/DdeNames.h"
-#include "control/FakeDdeClient.h"
-#include "control/FakeRuntimeControl.h"
+#include "control/DdeRig.h"
 #include "serial/FakePort.h"
 
 #include <gtest/gtest.h>
 
 using namespace control;
 
-namespace {
-
-struct Rig {
-    config::Config cfg;
-    engine::RuntimeState state;
-    FakeRuntimeControl runtime;
-    RecordingRuntimeHost host;
-    RecordingClipboard clipboard;
-    FakeDdeClient client;
-    config::RecordingMessageSink messages;
-    engine::ManualClock clock;
-    engine::Locale locale;
-    DdeRuntime dde{DdeRuntimeParts{cfg, state, runtime, host, clipboard, client, messages, clock,
-                                   locale, "/home/u"}};
-    std::vector<std::string> changes; // "item=text"
-
-    Rig() {
-        dde.OnChanged([this](const std::string& item, const std::string& text) {
-            changes.push_back(item + "=" + text);
-        });
-    }
-};
-
-} // namespace
+using Rig = DdeRig;
 
 TEST(DdeNames, BusNamesFollowTheConvention) {
     const struct {
@@ -208,12 +183,28 @@ TEST(ClientLinks, ADroppedLinkGoesOffWithoutAMessage) {
     EXPECT_TRUE(r.messages.shown.empty());
 }
 
+namespace {
+
+// Sets the link to application A, topic T, establishes it, and gives back
+// what hands it the other program's texts.
+std::function<void(const std::string&)>& Linked(Rig& r, LinkKind kind) {
+    if (kind == LinkKind::Command) {
+        r.cfg.CmdLinkApp = "A";
+        r.cfg.CmdLinkTopic = "T";
+        r.dde.RelinkCommand();
+    } else {
+        r.cfg.OutLinkApp = "A";
+        r.cfg.OutLinkTopic = "T";
+        r.dde.RelinkOutput();
+    }
+    return r.client.LastLink()->events.value;
+}
+
+} // namespace
+
 TEST(ClientLinks, EachNewCommandLinkTextIsExecutedAndCleared) {
     Rig r;
-    r.cfg.CmdLinkApp = "A";
-    r.cfg.CmdLinkTopic = "T";
-    r.dde.RelinkCommand();
-    auto& value = r.client.LastLink()->events.value;
+    auto& value = Linked(r, LinkKind::Command);
     value(""); // the current text when established: nothing to run
     value("{SEND(1)}");
     value("{SEND(1)}"); // the same text again runs again
@@ -224,37 +215,28 @@ TEST(ClientLinks, EachNewCommandLinkTextIsExecutedAndCleared) {
 }
 
 TEST(ClientLinks, BufferLinkTextsGoToTheInstrumentWithTheStripCrLfRule) {
+    // Each row: StripOutputCrLf, the texts that arrive, what is sent.
     const struct {
         bool strip;
-        std::string text;
+        std::vector<std::string> texts;
         std::string sent;
     } cases[] = {
-        {true, "12.5\r\n", "12.5"}, {true, "\r\n", ""}, // becomes empty: nothing is sent
-        {true, "12\n", "12\n"},                         // a lone line feed stays
-        {true, "x\r", "x\r"},       {false, "12.5\r\n", "12.5\r\n"},
-        {true, "\n", "\n"},
+        {true, {"12.5\r\n"}, "12.5"},
+        {true, {"\r\n"}, ""}, // nothing left: nothing is sent
+        {true, {"12\n"}, "12\n"},
+        {true, {"x\r"}, "x\r"},
+        {true, {"\n"}, "\n"},
+        {false, {"12.5\r\n"}, "12.5\r\n"},
+        {true, {"T\r\n", "T\r\n", "\r\n"}, "TT"}, // the same text again is sent again
     };
     for (const auto& c : cases) {
         Rig r;
         r.cfg.StripOutputCrLf = c.strip ? config::True : config::False;
-        r.cfg.OutLinkApp = "A";
-        r.cfg.OutLinkTopic = "T";
-        r.dde.RelinkOutput();
-        r.client.LastLink()->events.value(c.text);
-        EXPECT_EQ(r.runtime.output, c.sent) << c.text;
+        auto& value = Linked(r, LinkKind::Buffer);
+        for (const auto& text : c.texts)
+            value(text);
+        EXPECT_EQ(r.runtime.output, c.sent) << c.texts[0];
     }
-}
-
-TEST(ClientLinks, ASentBufferTextIsClearedSoTheSameTextIsSentAgain) {
-    Rig r;
-    r.cfg.OutLinkApp = "A";
-    r.cfg.OutLinkTopic = "T";
-    r.dde.RelinkOutput();
-    auto& value = r.client.LastLink()->events.value;
-    value("T\r\n");
-    value("T\r\n");
-    value("\r\n");
-    EXPECT_EQ(r.runtime.output, "TT");
 }
 
 TEST(ClientLinks, RelinkingEndsTheOldLinkFirstAndStopEndsBoth) {
@@ -272,37 +254,10 @@ TEST(ClientLinks, RelinkingEndsTheOldLinkFirstAndStopEndsBoth) {
     EXPECT_TRUE(r.client.links[3].ended);
 }
 
-TEST(CoreRuntimeControl, LineOperationsDoNothingOnTheVirtualDevice) {
-    for (auto mode : {engine::Normal, engine::VirtualDevice}) {
-        config::Config cfg;
-        engine::RuntimeState state;
-        state.RunMode = mode;
-        serial::FakePort port;
-        engine::ManualClock clock;
-        config::RecordingMessageSink messages;
-        engine::Locale locale;
-        output::FileLogWriter log;
-        output::RecordDispatch dispatch(cfg, state, clock, messages, locale, log, "/");
-        engine::Acquisition acquisition(cfg, state, port, clock, messages, locale, dispatch);
-        CoreRuntimeControl control(state, acquisition, port);
-        control.StartBreak();
-        control.PulseDTR();
-        control.SetDTR(false);
-        control.SetRTS(true);
-        control.QueueOutput("x");
-        if (mode == engine::Normal) {
-            EXPECT_EQ(port.calls,
-                      (std::vector<std::string>{"BREAK on", "pulse", "DTR off", "RTS on"}));
-            EXPECT_EQ(state.BreakTicks, 2);
-        } else {
-            EXPECT_TRUE(port.calls.empty());
-            EXPECT_EQ(state.BreakTicks, 0);
-        }
-        EXPECT_EQ(state.PendingOutput, "x");
-    }
-}
+namespace {
 
-TEST(CoreRuntimeControl, SuspendResumeTimedOutputAndExit) {
+// The real runtime control on a fake port.
+struct ControlRig {
     config::Config cfg;
     engine::RuntimeState state;
     serial::FakePort port;
@@ -310,10 +265,38 @@ TEST(CoreRuntimeControl, SuspendResumeTimedOutputAndExit) {
     config::RecordingMessageSink messages;
     engine::Locale locale;
     output::FileLogWriter log;
-    output::RecordDispatch dispatch(cfg, state, clock, messages, locale, log, "/");
-    engine::Acquisition acquisition(cfg, state, port, clock, messages, locale, dispatch);
-    CoreRuntimeControl control(state, acquisition, port);
+    output::RecordDispatch dispatch{cfg, state, clock, messages, locale, log, "/"};
+    engine::Acquisition acquisition{cfg, state, port, clock, messages, locale, dispatch};
+    CoreRuntimeControl control{state, acquisition, port};
+};
 
+} // namespace
+
+TEST(CoreRuntimeControl, LineOperationsDoNothingOnTheVirtualDevice) {
+    for (auto mode : {engine::Normal, engine::VirtualDevice}) {
+        ControlRig r;
+        r.state.RunMode = mode;
+        r.control.StartBreak();
+        r.control.PulseDTR();
+        r.control.SetDTR(false);
+        r.control.SetRTS(true);
+        r.control.QueueOutput("x");
+        if (mode == engine::Normal) {
+            EXPECT_EQ(r.port.calls,
+                      (std::vector<std::string>{"BREAK on", "pulse", "DTR off", "RTS on"}));
+            EXPECT_EQ(r.state.BreakTicks, 2);
+        } else {
+            EXPECT_TRUE(r.port.calls.empty());
+            EXPECT_EQ(r.state.BreakTicks, 0);
+        }
+        EXPECT_EQ(r.state.PendingOutput, "x");
+    }
+}
+
+TEST(CoreRuntimeControl, SuspendResumeTimedOutputAndExit) {
+    ControlRig r;
+    auto& control = r.control;
+    auto& state = r.state;
     control.Resume(); // not suspended: nothing
     EXPECT_FALSE(state.Suspended);
     control.Suspend();
@@ -335,6 +318,6 @@ TEST(CoreRuntimeControl, SuspendResumeTimedOutputAndExit) {
 
     control.RequestExit();
     EXPECT_EQ(state.ExitCountdown, -1);
-    port.lost = true;
+    r.port.lost = true;
     EXPECT_FALSE(control.PortIsOpen());
 }
