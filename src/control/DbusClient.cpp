@@ -109,8 +109,45 @@ DbusClient::~DbusClient() {
         link->End();
         delete link;
     }
-    for (auto& [id, peer] : conversations_)
-        delete peer.watcher;
+    for (auto& [busName, name] : names_)
+        delete name.watcher;
+}
+
+DbusClient::Name& DbusClient::Watch(const QString& busName) {
+    auto [it, added] = names_.try_emplace(busName);
+    if (added) {
+        auto* watcher =
+            new QDBusServiceWatcher(busName, connection_, QDBusServiceWatcher::WatchForOwnerChange);
+        QObject::connect(
+            watcher, &QDBusServiceWatcher::serviceOwnerChanged, watcher,
+            [this](const QString& name, const QString& oldOwner, const QString& newOwner) {
+                OwnerChanged(name, oldOwner, newOwner);
+            });
+        it->second.watcher = watcher;
+    }
+    return it->second;
+}
+
+void DbusClient::OwnerChanged(const QString& busName, const QString& oldOwner,
+                              const QString& newOwner) {
+    Name& name = Watch(busName);
+    name.known = true;
+    name.owned = !newOwner.isEmpty();
+    if (oldOwner.isEmpty())
+        return;
+    // The program that was talked to is gone: its conversations end.
+    std::vector<std::function<void()>> ended;
+    for (auto it = conversations_.begin(); it != conversations_.end();) {
+        if (it->second.busName != busName) {
+            ++it;
+            continue;
+        }
+        ended.push_back(std::move(it->second.onDisconnect));
+        it = conversations_.erase(it);
+    }
+    for (auto& disconnected : ended)
+        if (disconnected)
+            disconnected();
 }
 
 Conversation DbusClient::Connect(const std::string& app, const std::string& topic,
@@ -118,42 +155,31 @@ Conversation DbusClient::Connect(const std::string& app, const std::string& topi
     if (!connection_.isConnected())
         return 0;
     const QString busName = FromBytes(DdeBusName(app, topic));
-    const Conversation id = next_++;
-    // Watched before asking, so that an owner lost right after the answer
-    // still ends the conversation.
-    auto* watcher =
-        new QDBusServiceWatcher(busName, connection_, QDBusServiceWatcher::WatchForOwnerChange);
-    QObject::connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, watcher, [this, id] {
-        auto it = conversations_.find(id);
-        if (it == conversations_.end())
-            return;
-        auto disconnected = std::move(it->second.onDisconnect);
-        it->second.watcher->deleteLater();
-        conversations_.erase(it);
-        if (disconnected)
-            disconnected();
-    });
-    // NameHasOwner is answered by the bus itself, never by the program asked
-    // for, so it is quick even when that program is busy.
-    QDBusMessage ask = QDBusMessage::createMethodCall(
-        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner");
-    ask << busName;
-    const QDBusMessage answer = connection_.call(ask, QDBus::Block, DdeExecuteTimeoutMs);
-    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().size() != 1 ||
-        !answer.arguments()[0].toBool()) {
-        delete watcher;
-        return 0;
+    // Watched before the first question, so that a change right after the
+    // answer is not missed. NameHasOwner is answered by the bus itself,
+    // never by the program asked for, so it is quick even when that program
+    // is busy; it is asked once per name.
+    Name& name = Watch(busName);
+    if (!name.known) {
+        QDBusMessage ask =
+            QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                           "org.freedesktop.DBus", "NameHasOwner");
+        ask << busName;
+        const QDBusMessage answer = connection_.call(ask, QDBus::Block, DdeExecuteTimeoutMs);
+        if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().size() != 1)
+            return 0;
+        name.known = true;
+        name.owned = answer.arguments()[0].toBool();
     }
-    conversations_[id] = Peer{busName, watcher, std::move(onDisconnect)};
+    if (!name.owned)
+        return 0;
+    const Conversation id = next_++;
+    conversations_[id] = Peer{busName, std::move(onDisconnect)};
     return id;
 }
 
 void DbusClient::Disconnect(Conversation conversation) {
-    auto it = conversations_.find(conversation);
-    if (it == conversations_.end())
-        return;
-    it->second.watcher->deleteLater();
-    conversations_.erase(it);
+    conversations_.erase(conversation);
 }
 
 void DbusClient::Execute(Conversation conversation, const std::string& command) {

@@ -1,6 +1,6 @@
 #pragma once
 // Corvane as a DDE client on the D-Bus session bus. A conversation is a bus
-// name that has an owner; losing the owner is the disconnect. Execute is sent
+// name that has an owner; losing (or changing) the owner is the disconnect. Execute is sent
 // without waiting for its answer, so a slow program never holds up a tick.
 // An automatic link asks for the item once (Request) and then follows the
 // server's Changed signals for that item.
@@ -36,12 +36,23 @@ public:
     void EndLink(LinkId link) override;
 
 private:
+    // A bus name asked for: its owner is followed from the first Connect on,
+    // so that asking again (every record while the program is not there)
+    // costs no round trip.
+    struct Name {
+        QDBusServiceWatcher* watcher = nullptr;
+        bool known = false;
+        bool owned = false;
+    };
     struct Peer {
         QString busName;
-        QDBusServiceWatcher* watcher = nullptr; // deleted by the event loop
         std::function<void()> onDisconnect;
     };
+    Name& Watch(const QString& busName);
+    void OwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner);
+
     QDBusConnection connection_;
+    std::map<QString, Name> names_;
     std::map<Conversation, Peer> conversations_;
     std::map<LinkId, DbusLink*> links_;
     std::uint32_t next_ = 1;
