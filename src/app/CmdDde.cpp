@@ -106,23 +106,26 @@ int CmdDde(int argc, char** argv, const Args& args) {
     QCoreApplication application(argc, argv);
     const std::string& app = args[1];
     const std::string& topic = args[2];
-    if (verb == "watch")
-        return Watch(app, topic, args[3]);
-
-    const std::string busName = control::DdeBusName(app, topic);
-    const QDBusConnection bus = QDBusConnection::sessionBus();
     int status = 0;
-    if (verb == "execute") {
-        status = Report(control::CallDde(bus, busName, "Execute", {args[3]}, AnswerTimeoutMs),
-                        busName, args[3]);
-    } else if (verb == "poke") {
-        status = Report(control::CallDde(bus, busName, "Poke", {args[3], args[4]}, AnswerTimeoutMs),
-                        busName, args[3]);
+    if (verb == "watch") {
+        status = Watch(app, topic, args[3]);
     } else {
-        const auto answer = control::CallDde(bus, busName, "Request", {args[3]}, AnswerTimeoutMs);
-        if (answer.kind == control::DdeAnswer::Ok)
-            PrintLine(answer.text);
-        status = Report(answer, busName, args[3]);
+        const std::string busName = control::DdeBusName(app, topic);
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        if (verb == "execute") {
+            status = Report(control::CallDde(bus, busName, "Execute", {args[3]}, AnswerTimeoutMs),
+                            busName, args[3]);
+        } else if (verb == "poke") {
+            status =
+                Report(control::CallDde(bus, busName, "Poke", {args[3], args[4]}, AnswerTimeoutMs),
+                       busName, args[3]);
+        } else {
+            const auto answer =
+                control::CallDde(bus, busName, "Request", {args[3]}, AnswerTimeoutMs);
+            if (answer.kind == control::DdeAnswer::Ok)
+                PrintLine(answer.text);
+            status = Report(answer, busName, args[3]);
+        }
     }
     // Qt's bus thread may still be passing an error answer around when the
     // program ends, and would then race the static destructors ("Trying to
