@@ -1,6 +1,6 @@
 #include "control/DbusClient.h"
 
-#include "control/DbusText.h"
+#include "control/DbusShared.h"
 #include "control/DdeNames.h"
 
 #include <QDBusMessage>
@@ -156,14 +156,12 @@ Conversation DbusClient::Connect(const std::string& app, const std::string& topi
         return 0;
     const QString busName = FromBytes(DdeBusName(app, topic));
     // Watched before the first question, so that a change right after the
-    // answer is not missed. NameHasOwner is answered by the bus itself,
-    // never by the program asked for, so it is quick even when that program
-    // is busy; it is asked once per name.
+    // answer is not missed. The bus itself answers NameHasOwner, never the
+    // program asked for, so it is quick even when that program is busy; it
+    // is asked once per name.
     Name& name = Watch(busName);
     if (!name.known) {
-        QDBusMessage ask =
-            QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                           "org.freedesktop.DBus", "NameHasOwner");
+        QDBusMessage ask = BusDaemonCall("NameHasOwner");
         ask << busName;
         const QDBusMessage answer = connection_.call(ask, QDBus::Block, DdeExecuteTimeoutMs);
         if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().size() != 1)

@@ -1,10 +1,10 @@
 #include "control/DbusServer.h"
 
-#include "control/DbusText.h"
+#include "control/DbusShared.h"
 #include "control/DdeNames.h"
 
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QDBusVirtualObject>
 
 namespace control {
@@ -107,10 +107,12 @@ DbusServer::Status DbusServer::Start(const std::string& busName) {
     if (!connection_.registerVirtualObject(DdeObjectPath, object_.get()))
         return Status::NameTaken;
     busName_ = FromBytes(busName);
-    const auto reply = connection_.interface()->registerService(
-        busName_, QDBusConnectionInterface::DontQueueService,
-        QDBusConnectionInterface::DontAllowReplacement);
-    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+    // A name that is taken is not waited for (no queueing).
+    constexpr uint DoNotQueue = 4, PrimaryOwner = 1;
+    const QDBusMessage reply = connection_.call(
+        BusDaemonCall("RequestName") << busName_ << DoNotQueue, QDBus::Block, DdeExecuteTimeoutMs);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().size() != 1 ||
+        reply.arguments()[0].toUInt() != PrimaryOwner) {
         connection_.unregisterObject(DdeObjectPath);
         busName_.clear();
         return Status::NameTaken;
@@ -123,7 +125,8 @@ void DbusServer::Stop() {
     if (!serving_)
         return;
     serving_ = false;
-    connection_.interface()->unregisterService(busName_);
+    // Given back without waiting for the answer.
+    connection_.asyncCall(BusDaemonCall("ReleaseName") << busName_, DdeExecuteTimeoutMs);
     connection_.unregisterObject(DdeObjectPath);
     busName_.clear();
 }
