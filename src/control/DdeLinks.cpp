@@ -22,13 +22,12 @@ void TargetCommand::Disconnect() {
 
 ClientLinks::ClientLinks(config::Config& cfg, engine::RuntimeState& state, DdeClient& client,
                          Clipboard& clipboard, config::MessageSink& messages)
-    : client_(client), clipboard_(clipboard),
+    : cfg_(cfg), client_(client), clipboard_(clipboard),
       messages_(messages), command_{cfg.CmdLinkApp, cfg.CmdLinkTopic, cfg.CmdLinkItem,
                                     state.RelinkCommandPending,
                                     "Cannot Establish DDE Command Link With: "},
       buffer_{cfg.OutLinkApp, cfg.OutLinkTopic, cfg.OutLinkItem, state.RelinkOutputPending,
-              "Cannot Establish DDE Output Buffer Link With: "},
-      cfg_(cfg) {}
+              "Cannot Establish DDE Output Buffer Link With: "} {}
 
 void ClientLinks::EstablishAuto() {
     if (cfg_.CmdLinkAuto)

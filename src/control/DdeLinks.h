@@ -95,12 +95,12 @@ private:
     void Fail(Link& link);
     void End(Link& link);
 
+    const config::Config& cfg_;
     DdeClient& client_;
     Clipboard& clipboard_;
     config::MessageSink& messages_;
     Link command_;
     Link buffer_;
-    const config::Config& cfg_;
 };
 
 } // namespace control
