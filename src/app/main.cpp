@@ -43,7 +43,11 @@ constexpr const char* Usage =
                                       set an item's text
   corvane dde watch APP TOPIC ITEM    print the item's text, then each new one, until
                                       interrupted
-                                      (a runtime on COM1 is APP Corvane, TOPIC COM1)
+                                      (a runtime on COM1 is APP Corvane, TOPIC COM1; any
+                                      D-Bus tool works too, for example
+                                      gdbus call --session --dest org.corvane.Corvane.COM1
+                                        --object-path /org/corvane/Dde
+                                        --method org.corvane.Dde1.Execute '{BEEP}')
   corvane --help | --version
 )";
 
