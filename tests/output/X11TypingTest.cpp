@@ -1,6 +1,7 @@
 // Typing into a real X client under a private Xvfb.
 
 #include "output/X11Keyboard.h"
+#include "support/PrivateXServer.h"
 #include "support/ProcessRunner.h"
 #include "support/PseudoTerminal.h"
 
@@ -26,38 +27,18 @@ using testsupport::WaitFor;
 
 namespace {
 
-// A private X server on a free display number, gone with the fixture.
+// Typing under a private X server, gone with the fixture.
 class X11Typing : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (access("/usr/bin/Xvfb", X_OK) != 0)
+        if (!testsupport::PrivateXServer::Available())
             GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
-        // Tests run in parallel: a server that lost the race for a display
-        // number exits at once, and the next number is tried.
-        for (int n = 100 + static_cast<int>(getpid() % 400); n < 600; ++n) {
-            if (fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) ||
-                fs::exists("/tmp/.X" + std::to_string(n) + "-lock"))
-                continue;
-            display = ":" + std::to_string(n);
-            xvfb = std::make_unique<ChildProcess>(
-                std::vector<std::string>{"/usr/bin/Xvfb", display, "-nolisten", "tcp"});
-            bool up = WaitFor(10s, [&] {
-                return fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) ||
-                       xvfb->WaitExit(0ms).has_value();
-            });
-            if (up && !xvfb->WaitExit(300ms).has_value())
-                break;
-            xvfb.reset();
-        }
-        ASSERT_TRUE(xvfb) << "no Xvfb could be started";
-        setenv("DISPLAY", display.c_str(), 1);
+        xserver = std::make_unique<testsupport::PrivateXServer>();
+        ASSERT_TRUE(xserver->started()) << "no Xvfb could be started";
     }
     void TearDown() override {
         recorder.reset();
-        if (xvfb)
-            xvfb->Signal(SIGTERM);
-        xvfb.reset();
-        unsetenv("DISPLAY");
+        xserver.reset();
     }
     // Starts the recording client and waits until its window is mapped.
     void StartRecorder(const std::string& title) {
@@ -74,8 +55,8 @@ protected:
         return RunProgram({CORVANE_BINARY, "keys", "--delay", "0", "--window", title, text});
     }
 
-    std::string display;
-    std::unique_ptr<ChildProcess> xvfb, recorder;
+    std::unique_ptr<testsupport::PrivateXServer> xserver;
+    std::unique_ptr<ChildProcess> recorder;
     TempDir dir;
     fs::path typed;
 };
@@ -172,14 +153,14 @@ TEST_F(X11Typing, AStartedTargetNeverSharesCorvanesStandardStreams) {
     cfg["TransferMode"] = 0;
     cfg["TargetAppTitle"] = "Detached";
     cfg["TargetAppCommand"] = "/bin/sh -c \"echo TARGET-OUT; echo TARGET-ERR >&2; cat > " +
-                              stolen.string() + "; exec " + KEY_RECORDER +
-                              " 'Detached Recorder' " + typed.string() + "\"";
+                              stolen.string() + "; exec " + KEY_RECORDER + " 'Detached Recorder' " +
+                              typed.string() + "\"";
     cfg["InterCharDelay"] = 0;
     cfg["StartOfRecordEvent"] = 1;
     fs::path qx3 = testsupport::BuildConfigFile(dir, "detached", cfg.dump());
     auto start = std::chrono::steady_clock::now();
-    auto r = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
-                        "one\r", 30s);
+    auto r =
+        RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()}, "one\r", 30s);
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     EXPECT_EQ(r.out.find("TARGET-OUT"), std::string::npos) << r.out;

@@ -12,6 +12,9 @@ int main(int argc, char** argv) {
     // No test, and no program a test starts, reaches the desktop's session
     // bus: there is none unless the test starts its own (PrivateBus).
     ::setenv("DBUS_SESSION_BUS_ADDRESS", testsupport::NoBusAddress, 1);
+    // Nor the desktop's X display: tests that need one start their own
+    // (PrivateXServer), so they run alike on a desktop and in CI.
+    ::unsetenv("DISPLAY");
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
