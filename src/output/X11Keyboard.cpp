@@ -8,6 +8,7 @@
 #include <X11/keysym.h>
 
 #include <cctype>
+#include <cstring>
 
 namespace output {
 
@@ -39,6 +40,8 @@ KeySym NamedKeysym(int vk) {
         return XK_Control_L;
     case 18:
         return XK_Alt_L;
+    case 19:
+        return XK_Pause;
     case 20:
         return XK_Caps_Lock;
     case 27:
@@ -69,6 +72,16 @@ KeySym NamedKeysym(int vk) {
         return XK_Delete;
     case 47:
         return XK_Help;
+    case 106:
+        return XK_KP_Multiply;
+    case 107:
+        return XK_KP_Add;
+    case 109:
+        return XK_KP_Subtract;
+    case 110:
+        return XK_KP_Decimal;
+    case 111:
+        return XK_KP_Divide;
     case 144:
         return XK_Num_Lock;
     case 145:
@@ -186,7 +199,30 @@ unsigned X11Keyboard::KeycodeForVk(int vk, bool& level3) {
     int level = 0;
     if ((vk >= 'A' && vk <= 'Z') || (vk >= '0' && vk <= '9') || vk >= 186)
         return FindKey(sym, keycode, level) ? keycode : 0;
-    return XKeysymToKeycode(dpy_, sym);
+    if (KeyCode code = XKeysymToKeycode(dpy_, sym))
+        return code;
+    // Keys whose usual keysym the layout does not carry: Clear is keypad 5
+    // without Num Lock (KP_Begin on X), and F13 to F16, which foot switches
+    // like to send, usually carry launcher keysyms; those are found by the
+    // name the keyboard description gives the physical key.
+    if (vk == 12)
+        return XKeysymToKeycode(dpy_, XK_KP_Begin);
+    if (vk >= 124 && vk <= 127)
+        return KeycodeOfKeyName(("FK" + std::to_string(vk - 111)).c_str());
+    return 0;
+}
+
+unsigned X11Keyboard::KeycodeOfKeyName(const char* name) {
+    XkbDescPtr desc = XkbGetMap(dpy_, 0, XkbUseCoreKbd);
+    if (!desc)
+        return 0;
+    unsigned keycode = 0;
+    if (XkbGetNames(dpy_, XkbKeyNamesMask, desc) == Success && desc->names && desc->names->keys)
+        for (int kc = desc->min_key_code; kc <= desc->max_key_code && keycode == 0; ++kc)
+            if (std::strncmp(desc->names->keys[kc].name, name, XkbKeyNameLength) == 0)
+                keycode = static_cast<unsigned>(kc);
+    XkbFreeKeyboard(desc, 0, True);
+    return keycode;
 }
 
 int X11Keyboard::VirtualKeyFor(unsigned keycode) {

@@ -41,6 +41,8 @@ private:
     // The keycode and shift level (0..3) of keysym in the current group.
     bool FindKey(unsigned long keysym, unsigned& keycode, int& level);
     unsigned KeycodeForVk(int vk, bool& level3);
+    // The keycode of the key the keyboard description names so ("FK13"), or 0.
+    unsigned KeycodeOfKeyName(const char* name);
 
     Display* dpy_;
     std::map<int, std::pair<unsigned, bool>> byVk_; // allocated vk -> (keycode, AltGr)
