@@ -68,11 +68,11 @@ void HeadlessRuntime::Reload() {
     const std::string file = std::move(*pendingReload_);
     pendingReload_.reset();
 
-    // Stop: the DDE conversations and links end, the record in progress is
-    // dropped. (Hot keys, once this runtime registers them, are released
-    // here and registered again with the new configuration below.) The
-    // server keeps serving unless the new file names another topic.
+    // Stop: the DDE conversations and links end, the hot keys are given
+    // back, the record in progress is dropped. The server keeps serving
+    // unless the new file names another topic.
     dde_->Stop();
+    StopHotKeys();
     acquisition_->Reset();
     config::LoadConfigFile(cfg_, file, messages_);
     cfg_.ConfigFileName = file;
@@ -97,6 +97,7 @@ void HeadlessRuntime::Reload() {
     if (cfg_.TransferMode == config::SendKeystrokes && !keystrokes_)
         StartKeystrokes();
     StartDde();
+    StartHotKeys();
 }
 
 } // namespace app

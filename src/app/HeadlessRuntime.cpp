@@ -100,17 +100,14 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
     acquisition_->Activate();
     if (cfg_.TransferMode == config::SendKeystrokes)
         StartKeystrokes();
-    if (state_.Suspended)
-        messages_.Show({"Input is suspended (the configuration activates suspended); nothing "
-                        "is read from the instrument until it is resumed with: corvane dde "
-                        "execute Corvane " +
-                            config::DdeTopic(cfg_) + " \"{RESUME}\"",
-                        RuntimeCaptionFor(), config::MessageIcon::Information,
-                        config::MessageButtons::Ok});
 
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
     StartDde();
+    StartHotKeys();
+    if (state_.Suspended)
+        messages_.Show({SuspendedMessage(), RuntimeCaptionFor(), config::MessageIcon::Information,
+                        config::MessageButtons::Ok});
     return true;
 }
 
@@ -210,6 +207,7 @@ void HeadlessRuntime::Exit() {
     exiting_ = true;
     timer_.stop();
     StopDde();
+    StopHotKeys();
     if (port_) {
         port_->FlushPendingOutput(state_.PendingOutput);
         if (dispatch_)

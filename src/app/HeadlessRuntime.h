@@ -9,8 +9,10 @@
 #include "control/DbusClient.h"
 #include "control/DbusServer.h"
 #include "control/DdeRuntime.h"
+#include "control/HotKeys.h"
 #include "control/RuntimeControl.h"
 #include "control/RuntimeHost.h"
+#include "control/X11HotKeys.h"
 #include "engine/Acquisition.h"
 #include "engine/PosixClock.h"
 #include "engine/RuntimeState.h"
@@ -74,6 +76,13 @@ private:
     // Runs a reload asked for by "{CONFIG(", from the tick's start.
     void Reload();
 
+    // The hot keys (HeadlessHotKeys.cpp), taken on the X display when the
+    // configuration has any, and given back at exit and reload.
+    void StartHotKeys();
+    void StopHotKeys();
+    // What a runtime that starts suspended says: how input is resumed.
+    std::string SuspendedMessage() const;
+
     config::MessageSink& messages_;
     config::Config cfg_;
     config::QtSettingsStore store_;
@@ -95,6 +104,9 @@ private:
     std::unique_ptr<control::DdeRuntime> dde_;
     std::unique_ptr<control::DbusServer> ddeServer_;
     std::string servedName_;
+    std::unique_ptr<control::X11HotKeys> hotKeyPlatform_;
+    std::unique_ptr<control::HotKeys> hotKeys_;
+    bool noHotKeyDisplay_ = false; // said once, not again at a reload
     std::optional<std::string> pendingReload_;
     QTimer timer_;
     bool inputEnded_ = false;

@@ -216,6 +216,7 @@ TEST(RunCommand, VirtualInputThatCannotBeLoggedEndsTheRunAfterAFewRetries) {
 }
 
 TEST(RunCommand, AConfigurationThatStartsSuspendedSaysSoOnceAndReadsNothing) {
+    testsupport::PrivateBus bus; // the message names the DDE command only while it is served
     TempDir dir;
     fs::path qx3 = MakeLogConfig(dir, R"(, "ActivateSuspended": -1, "DdeTopicName": "Bench2")");
     testsupport::PseudoTerminal pty;
