@@ -76,8 +76,35 @@ balance_dde = {
     "DdeCmdText": "",
 }
 
+
+def hot_keys(slots):
+    """Slots 0..49 as (HotKeyCode, HotKeyAction, HotKeyData) arrays. A code is
+    the virtual key plus 256 times the modifiers (1 Shift, 2 Ctrl, 4 Alt)."""
+    codes, actions, data = [0] * 50, [0] * 50, [""] * 50
+    for slot, (code, action, text) in slots.items():
+        codes[slot], actions[slot], data[slot] = code, action, text
+    return {"HotKeyCode": codes, "HotKeyAction": actions, "HotKeyData": data}
+
+
+F13, F5, F6, F7 = 0x7C, 0x74, 0x75, 0x76
+CTRL = 2 * 256
+
+balance_footswitch = dict(balance, **{
+    # The logging balance as a foot-switch station: a foot switch that sends
+    # F13 tares the balance (T CR LF), CTRL+F5 asks it for a weighing (P CR
+    # LF), CTRL+F6 and CTRL+F7 suspend and resume input. Whichever program
+    # has the focus.
+    "LogFileName": "balance-footswitch.log",
+    **hot_keys({
+        0: (F13, 1, "T\r\n"),          # Transmit String
+        1: (CTRL + F5, 1, "P\r\n"),
+        2: (CTRL + F6, 11, ""),         # Suspend Input
+        3: (CTRL + F7, 12, ""),         # Resume Input
+    }),
+})
+
 for name, cfg in (("balance", balance), ("barcode", barcode), ("meter", meter),
-                  ("balance-dde", balance_dde)):
+                  ("balance-dde", balance_dde), ("balance-footswitch", balance_footswitch)):
     with open(f"{name}.json", "w") as f:
         json.dump(cfg, f, indent=1)
         f.write("\n")

@@ -311,3 +311,44 @@ TEST(HotKeysWithoutX, ARuntimeThatStartsSuspendedOffersNoWayItDoesNotHave) {
     runtime.Signal(SIGTERM);
     EXPECT_EQ(runtime.WaitExit(10s), 0);
 }
+
+TEST_F(HotKeysOnX11, TheFootSwitchExampleTaresAsksPausesAndGoesOn) {
+    testsupport::PrivateBus bus;
+    // A foot switch sends F13, which layouts give a launcher symbol: the hot
+    // key is on the physical key all the same.
+    const fs::path qx3 = dir.path / "footswitch.QX3";
+    auto built = RunProgram({CORVANE_BINARY, "config", "build",
+                             (fs::path(CORVANE_SOURCE_DIR) / "examples/balance-footswitch.json").string(),
+                             qx3.string()});
+    ASSERT_EQ(built.exitCode, 0) << built.err;
+    runtime = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "/bin/sh", "-c",
+        "cd '" + dir.path.string() + "' && exec " + CORVANE_BINARY +
+            " run --headless --port " + pty.slaveName() + " footswitch.QX3"});
+    const fs::path log = dir.path / "balance-footswitch.log";
+
+    // The runtime answers on the bus once its hot keys are taken.
+    ASSERT_TRUE(WaitFor(10s, [&] {
+        return RunProgram({CORVANE_BINARY, "dde", "request", "Corvane", "COM1", "RecordNumber"})
+                   .exitCode == 0;
+    })) << runtime->Stderr();
+    keys->Press({"<FK13>"});
+    EXPECT_EQ(pty.ReadFor(5s, 3), "T\r\n");
+    keys->Press({"Control_L", "F5"});
+    EXPECT_EQ(pty.ReadFor(5s, 3), "P\r\n");
+
+    keys->Press({"Control_L", "F6"});
+    keys->Press({"Control_L", "F5"});
+    ASSERT_EQ(pty.ReadFor(5s, 3), "P\r\n"); // the suspension has been handled
+    ASSERT_TRUE(pty.Write("   12.345 g\r\n"));
+    keys->Press({"Control_L", "F5"});
+    ASSERT_EQ(pty.ReadFor(5s, 3), "P\r\n");
+    keys->Press({"Control_L", "F5"});
+    ASSERT_EQ(pty.ReadFor(5s, 3), "P\r\n");
+    EXPECT_EQ(testsupport::ReadFileBytes(log), "") << "read while suspended";
+
+    keys->Press({"Control_L", "F7"});
+    EXPECT_TRUE(WaitFor(10s, [&] {
+        return testsupport::ReadFileBytes(log).find(";12345.0 mg") != std::string::npos;
+    })) << testsupport::ReadFileBytes(log) << runtime->Stderr();
+}

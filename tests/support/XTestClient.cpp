@@ -6,6 +6,8 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
+#include <cstring>
+
 namespace testsupport {
 
 namespace {
@@ -29,7 +31,19 @@ XTestClient::~XTestClient() {
 }
 
 unsigned XTestClient::Keycode(const std::string& key) {
-    return XKeysymToKeycode(dpy_, XStringToKeysym(key.c_str()));
+    if (key.size() < 3 || key.front() != '<' || key.back() != '>')
+        return XKeysymToKeycode(dpy_, XStringToKeysym(key.c_str()));
+    // A physical key by the name the keyboard description gives it.
+    const std::string name = key.substr(1, key.size() - 2);
+    XkbDescPtr desc = XkbGetMap(dpy_, 0, XkbUseCoreKbd);
+    unsigned keycode = 0;
+    if (desc && XkbGetNames(dpy_, XkbKeyNamesMask, desc) == Success && desc->names)
+        for (int kc = desc->min_key_code; kc <= desc->max_key_code && !keycode; ++kc)
+            if (std::strncmp(desc->names->keys[kc].name, name.c_str(), XkbKeyNameLength) == 0)
+                keycode = static_cast<unsigned>(kc);
+    if (desc)
+        XkbFreeKeyboard(desc, 0, True);
+    return keycode;
 }
 
 void XTestClient::Press(const std::vector<std::string>& keys) {

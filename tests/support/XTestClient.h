@@ -20,8 +20,9 @@ public:
 
     bool connected() const { return dpy_ != nullptr; }
 
-    // Presses the keys, named by their keysyms ("Alt_L", "Shift_L", "F5"), in
-    // order and releases them in reverse: the combination of a hot key.
+    // Presses the keys, named by their keysyms ("Alt_L", "Shift_L", "F5") or
+    // by the keyboard's name of a physical key ("<FK13>"), in order and
+    // releases them in reverse: the combination of a hot key.
     void Press(const std::vector<std::string>& keys);
     // Locks or unlocks a lock key ("Num_Lock", "Caps_Lock"); true once the
     // server shows it so.
