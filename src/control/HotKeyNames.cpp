@@ -28,8 +28,19 @@ const std::vector<HotKeyKey>& HotKeyKeyList() {
         keys.insert(
             keys.end(),
             {{"Gray *", 106}, {"Gray +", 107}, {"Gray -", 109}, {"Gray .", 110}, {"Gray /", 111}});
-        // Letters and digits are their own virtual keys; the punctuation keys
-        // carry the codes of their place on a US keyboard.
+        return keys;
+    }();
+    return list;
+}
+
+namespace {
+
+// Keys the picker does not offer but a configuration may hold: letters and
+// digits are their own virtual keys, and the punctuation keys carry the codes
+// of their place on a US keyboard. They are named by their characters.
+const std::vector<HotKeyKey>& OtherKeyNames() {
+    static const std::vector<HotKeyKey> list = [] {
+        std::vector<HotKeyKey> keys;
         static const char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
         for (const char& c : std::string_view(letters))
             keys.push_back({std::string_view(&c, 1), static_cast<unsigned char>(c)});
@@ -43,10 +54,13 @@ const std::vector<HotKeyKey>& HotKeyKeyList() {
     return list;
 }
 
+} // namespace
+
 std::string HotKeyKeyName(int virtualKey) {
-    for (const HotKeyKey& key : HotKeyKeyList())
-        if (key.virtualKey == virtualKey)
-            return std::string(key.name);
+    for (const auto* list : {&HotKeyKeyList(), &OtherKeyNames()})
+        for (const HotKeyKey& key : *list)
+            if (key.virtualKey == virtualKey)
+                return std::string(key.name);
     return "Key " + std::to_string(virtualKey);
 }
 

@@ -17,12 +17,13 @@ struct HotKeyKey {
 
 // The picker's keys in the order it lists them: "None", "SPACE", "ENTER", ...
 // "F1" to "F16", "NumPad 0" to "NumPad 9", "Gray *" ... "Gray /" (the "Gray"
-// keys are those of the numeric keypad), then the letters, the digits and
-// the punctuation keys of a US keyboard under their own characters.
+// keys are those of the numeric keypad).
 const std::vector<HotKeyKey>& HotKeyKeyList();
 
-// The picker's name of a virtual key; a key the picker does not list is
-// named by its number, as "Key 7".
+// The picker's name of a virtual key. Letters, digits and the punctuation
+// keys of a US keyboard, which a configuration may hold although the picker
+// does not offer them, are named by their characters ("A", ";"); any other
+// key by its number, as "Key 7".
 std::string HotKeyKeyName(int virtualKey);
 
 // The display name of a HotKeyCode; "None" when its key byte is 0.
