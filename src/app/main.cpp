@@ -48,6 +48,10 @@ constexpr const char* Usage =
                                       gdbus call --session --dest org.corvane.Corvane.COM1
                                         --object-path /org/corvane/Dde
                                         --method org.corvane.Dde1.Execute '{BEEP}')
+  corvane ports                       list the serial devices present and the COM name
+                                      that opens each
+  corvane ports map COMn DEVICE       make COMn open DEVICE (a /dev/serial/by-id name
+                                      stays right when the adapter moves to another socket)
   corvane --help | --version
 )";
 
@@ -83,6 +87,8 @@ int main(int argc, char** argv) {
         return app::CmdConfig(rest);
     if (command == "dde")
         return app::CmdDde(argc, argv, rest);
+    if (command == "ports")
+        return app::CmdPorts(rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
     return 2;
 }

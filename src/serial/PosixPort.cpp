@@ -1,16 +1,22 @@
 #include "serial/PosixPort.h"
 
+#include "serial/PortList.h"
 #include "serial/PortSettings.h"
 #include "serial/PosixTermios2.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
+#include <pwd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
+#include <vector>
 
 namespace serial {
 
@@ -171,6 +177,35 @@ private:
 
 } // namespace
 
+OpenFailure DescribeOpenFailure(const std::string& device, int error) {
+    OpenFailure failure{device, error, "", OpenFailure::Membership::None};
+    struct stat st {};
+    if ((error != EACCES && error != EPERM) || ::stat(device.c_str(), &st) != 0)
+        return failure;
+    const group* owner = ::getgrgid(st.st_gid);
+    if (!owner)
+        return failure;
+    failure.ownerGroup = owner->gr_name;
+    std::vector<gid_t> groups(static_cast<std::size_t>(std::max(::getgroups(0, nullptr), 0)));
+    const int n = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    if (::getegid() == st.st_gid ||
+        std::find(groups.begin(), groups.begin() + std::max(n, 0), st.st_gid) !=
+            groups.begin() + std::max(n, 0)) {
+        failure.membership = OpenFailure::Membership::InSession;
+        return failure;
+    }
+    // Not in this session's groups: perhaps added since the login.
+    const passwd* user = ::getpwuid(::getuid());
+    if (!user)
+        return failure;
+    bool member = user->pw_gid == st.st_gid;
+    for (char** m = owner->gr_mem; m && *m && !member; ++m)
+        member = std::strcmp(*m, user->pw_name) == 0;
+    if (member)
+        failure.membership = OpenFailure::Membership::NextLogin;
+    return failure;
+}
+
 std::unique_ptr<Port> OpenPosixPort(const config::Config& cfg, const std::string& device,
                                     config::MessageSink& messages, engine::Clock& clock) {
     const std::string name = config::PortName(cfg);
@@ -182,10 +217,13 @@ std::unique_ptr<Port> OpenPosixPort(const config::Config& cfg, const std::string
         return nullptr;
     };
     int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    // Not shared: a device another program (or another Corvane) holds is not available.
+    // Not shared: a device another program (or another Corvane) holds is not
+    // available. The second line says why, and what the user can do.
     if (fd < 0 || ::flock(fd, LOCK_EX | LOCK_NB) != 0)
-        return fail(fd, "Device " + name + " Not Available.", "Device Error",
-                    config::MessageIcon::Exclamation);
+        return fail(fd,
+                    "Device " + name + " Not Available.\n" +
+                        OpenFailureReason(DescribeOpenFailure(device, errno)),
+                    "Device Error", config::MessageIcon::Exclamation);
     termios saved{};
     if (::tcgetattr(fd, &saved) != 0)
         return fail(fd, "GetComState failed", "", config::MessageIcon::None);

@@ -175,7 +175,8 @@ TEST(PosixPort, BytesFlowBothWaysOnAPseudoTerminal) {
     auto second = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
     EXPECT_FALSE(second);
     ASSERT_EQ(messages.shown.size(), 1u);
-    EXPECT_EQ(messages.shown[0].text, "Device COM1 Not Available.");
+    EXPECT_EQ(messages.shown[0].text,
+              "Device COM1 Not Available.\n" + pty.slaveName() + " is in use by another program.");
     EXPECT_EQ(messages.shown[0].title, "Device Error");
 
     // Purge drops what was received and not read.
@@ -194,7 +195,10 @@ TEST(PosixPort, MissingDevicesAndNonTerminalsAreRefused) {
     engine::PosixClock clock;
     EXPECT_FALSE(OpenPosixPort(cfg, "/dev/nonexistent-tty", messages, clock));
     ASSERT_EQ(messages.shown.size(), 1u);
-    EXPECT_EQ(messages.shown[0].text, "Device COM10 Not Available.");
+    EXPECT_EQ(messages.shown[0].text,
+              "Device COM10 Not Available.\n/dev/nonexistent-tty does not exist: is the "
+              "instrument's adapter plugged in? \"corvane ports\" lists the serial devices "
+              "present.");
     EXPECT_EQ(messages.shown[0].icon, config::MessageIcon::Exclamation);
     EXPECT_FALSE(OpenPosixPort(cfg, "/dev/null", messages, clock));
     EXPECT_EQ(messages.shown.back().text, "GetComState failed");
