@@ -17,6 +17,7 @@ int CmdExpand(const Args& args);                     // expand TEXT [--now ISO]
 int CmdKeys(const Args& args);                       // keys [--dry-run] [--window TITLE] STRING
 int CmdRun(int argc, char** argv, const Args& args); // run [--virtual|--test] [--headless] ...
 int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke|watch ...
+int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
 int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
 
 // Prints "title: text" on standard error, the headless form of a message box.

@@ -48,6 +48,9 @@ constexpr const char* Usage =
                                       gdbus call --session --dest org.corvane.Corvane.COM1
                                         --object-path /org/corvane/Dde
                                         --method org.corvane.Dde1.Execute '{BEEP}')
+  corvane analyze --port PATH [--seconds N] [--apply FILE]
+                                      listen N seconds (5) and propose a record structure;
+                                      --apply writes it into FILE (created if missing)
   corvane ports                       list the serial devices present and the COM name
                                       that opens each
   corvane ports map COMn DEVICE       make COMn open DEVICE (a /dev/serial/by-id name
@@ -87,6 +90,8 @@ int main(int argc, char** argv) {
         return app::CmdConfig(rest);
     if (command == "dde")
         return app::CmdDde(argc, argv, rest);
+    if (command == "analyze")
+        return app::CmdAnalyze(rest);
     if (command == "ports")
         return app::CmdPorts(rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
