@@ -130,13 +130,6 @@ bool LooksLikeDateFormat(std::string_view format) {
     return date;
 }
 
-int DayOfWeek(int y, int m, int d) {
-    static const int t[] = {0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4};
-    if (m < 3)
-        y -= 1;
-    return (y + y / 4 - y / 100 + y / 400 + t[(m - 1) % 12] + d) % 7;
-}
-
 namespace {
 bool Leap(int y) {
     return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
@@ -166,6 +159,13 @@ void CivilFromDays(long z, int& y, int& m, int& d) {
 
 const long SerialEpoch = DaysFromCivil(1899, 12, 30);
 } // namespace
+
+int DayOfWeek(int y, int m, int d) {
+    // 1970-01-01 was a Thursday. The remainder is floored, so that dates
+    // before that day (year 0 and earlier too) still give 0..6.
+    long r = (DaysFromCivil(y, m, d) + 4) % 7;
+    return static_cast<int>(r < 0 ? r + 7 : r);
+}
 
 int DayOfYear(int y, int m, int d) {
     static const int before[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};

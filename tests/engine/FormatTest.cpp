@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <random>
 
@@ -125,6 +126,56 @@ TEST(Format, DateCodesAtYearBoundaries) {
     EXPECT_EQ(FormatDateTime({2024, 12, 31}, "ww y", us), "53 366");
     EXPECT_EQ(FormatDateTime({2026, 1, 1, 0, 0, 0}, "h:nn AM/PM", us), "12:00 AM");
     EXPECT_EQ(F("45000.5", "yyyy-mm-dd hh:nn"), "2023-03-15 12:00");
+}
+
+namespace {
+
+// A date serial's day in the standard library's proleptic Gregorian calendar,
+// an independent reference for the date codes.
+struct CivilDay {
+    int year;
+    unsigned month, day, weekday, dayOfYear, week;
+};
+
+CivilDay Reference(long serial) {
+    using namespace std::chrono;
+    const sys_days date = sys_days{year{1899} / December / 30} + days{serial};
+    const year_month_day ymd{date};
+    const sys_days jan1{ymd.year() / January / 1};
+    const unsigned dayOfYear = static_cast<unsigned>((date - jan1).count()) + 1;
+    return {static_cast<int>(ymd.year()),
+            static_cast<unsigned>(ymd.month()),
+            static_cast<unsigned>(ymd.day()),
+            weekday{date}.c_encoding(),
+            dayOfYear,
+            (dayOfYear - 1 + weekday{jan1}.c_encoding()) / 7 + 1};
+}
+
+} // namespace
+
+TEST(Format, DayNamesAndWeeksOfEarlyDatesFollowTheProlepticCalendar) {
+    // Serials down to year 0 and before: 0 is Saturday 30 December 1899.
+    std::vector<long> serials = {1, 0, -1, -6, -7, -8, -693594, -695785, -695786, -3000000};
+    std::mt19937 random(14);
+    std::uniform_int_distribution<long> negative(-3000000, -1);
+    for (int i = 0; i < 300; ++i)
+        serials.push_back(negative(random));
+    Locale us;
+    for (long serial : serials) {
+        const CivilDay ref = Reference(serial);
+        auto shown = [&](const char* format) {
+            return FormatValue(Value::Text(std::to_string(serial)), format, us);
+        };
+        SCOPED_TRACE(serial);
+        EXPECT_EQ(shown("dddd"), us.DayNames[ref.weekday]);
+        EXPECT_EQ(shown("ddd"), us.AbbrevDayNames[ref.weekday]);
+        EXPECT_EQ(shown("Long Date"),
+                  us.DayNames[ref.weekday] + ", " + us.MonthNames[ref.month - 1] + " " +
+                      std::to_string(ref.day) + ", " + std::to_string(ref.year));
+        EXPECT_EQ(shown("w ww y"), std::to_string(ref.weekday + 1) + " " +
+                                       std::to_string(ref.week) + " " +
+                                       std::to_string(ref.dayOfYear));
+    }
 }
 
 TEST(Format, OtherLocales) {
