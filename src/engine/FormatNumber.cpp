@@ -405,11 +405,17 @@ std::string FormatNumberUser(double v, std::string_view format, bool isEmpty,
         return Render(plan.sections[3], 0, locale);
     if (v == 0 && count >= 3 && !plan.empty[2])
         return Render(plan.sections[2], 0, locale);
-    if (v < 0 && count >= 2 && !plan.empty[1])
-        return Render(plan.sections[1], -v, locale);
-    const NumericSection& first = plan.sections[0];
-    std::string body = Render(first, v, locale);
-    if (v < 0 && !IsZeroAfterRounding(first, -v))
+    const bool negativeSection = v < 0 && count >= 2 && !plan.empty[1];
+    const NumericSection& section = plan.sections[negativeSection ? 1 : 0];
+    // Digits are placed for finite numbers only. Infinity, and a number that
+    // "%" takes beyond the largest double, are shown as they are without a
+    // format ("Infinity", "1E+307"), as a value that a format cannot take.
+    if (!std::isfinite(section.percent ? v * 100 : v))
+        return GeneralNumber(v, false, locale);
+    if (negativeSection)
+        return Render(section, -v, locale);
+    std::string body = Render(section, v, locale);
+    if (v < 0 && !IsZeroAfterRounding(section, -v))
         return "-" + body;
     return body;
 }
@@ -504,6 +510,8 @@ std::string FormatNamedNumber(std::string_view name, double v, const Locale& loc
     if (n == "on/off")
         return v != 0 ? "On" : "Off";
     if (n == "currency") {
+        if (!std::isfinite(v))
+            return GeneralNumber(v, false, locale);
         std::string digits = "#,##0";
         if (locale.CurrencyDigits > 0)
             digits += "." + std::string(static_cast<std::size_t>(locale.CurrencyDigits), '0');

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <limits>
 #include <random>
 
 using namespace engine;
@@ -94,6 +95,37 @@ TEST(Format, UserDefinedNumericFormats) {
     for (const auto& c : cases)
         EXPECT_EQ(F(c.value, c.format), c.result) << c.value << " / " << c.format;
     EXPECT_EQ(FormatValue(Value(), "0;0;0;\"none\"", Locale{}), "none");
+}
+
+TEST(Format, NumbersWithoutDigitsToPlaceAreShownAsWithoutAFormat) {
+    // Infinity, and finite numbers that "%" takes beyond the largest double,
+    // in every numeric format; a number that stays finite is formatted.
+    const std::string overflows = "1" + std::string(309, '0');
+    const std::string e307 = "1" + std::string(307, '0');
+    const double inf = std::numeric_limits<double>::infinity();
+    struct Case {
+        Value value;
+        const char* format;
+        const char* result;
+    } cases[] = {
+        {Value::Text(overflows), "0E+0", "Infinity"},
+        {Value::Text(overflows), "0.00", "Infinity"},
+        {Value::Text("-" + overflows), "0.00E+00;(0.00E+00)", "-Infinity"},
+        {Value::Text(overflows), "Scientific", "Infinity"},
+        {Value::Text("-" + overflows), "Currency", "-Infinity"},
+        {Value::Text(overflows), "Yes/No", "Yes"},
+        {Value::Double(inf), "#,##0", "Infinity"},
+        {Value::Double(-inf), "Percent", "-Infinity"},
+        {Value::Text(e307), "%0E+0", "1E+307"},
+        {Value::Text(e307), "0%", "1E+307"},
+        {Value::Text("-" + e307), "0.0%E+0", "-1E+307"},
+        {Value::Text(e307), "0E+0", "1E+307"},
+        {Value::Double(1e306), "%0E+0", "%1E+308"},
+        {Value::Double(std::numeric_limits<double>::max()), "0.00E+00", "1.80E+308"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(FormatValue(c.value, c.format, Locale{}), c.result)
+            << c.value.ToText(Locale{}).substr(0, 12) << " / " << c.format;
 }
 
 TEST(Format, TextFormats) {
