@@ -450,12 +450,25 @@ class Writer {
 public:
     void Number(long v) { out_ += (v >= 0 ? " " : "") + std::to_string(v) + " \r\n"; }
     void Line(const std::string& s) { out_ += s + "\r\n"; }
+    // A setting's text on a line of its own (index -1: not an array). A CR or
+    // LF in it would end the line early and shift every later setting on
+    // reading, so the first setting that holds one is remembered.
+    void Text(const char* name, const std::string& s, int index = -1) {
+        if (lineBreakIn_.empty() && s.find_first_of("\r\n") != std::string::npos) {
+            lineBreakIn_ = name;
+            if (index >= 0)
+                lineBreakIn_ += "[" + std::to_string(index) + "]";
+        }
+        Line(s);
+    }
     void Code(unsigned char c) { out_ += " " + std::to_string(c) + "\r\n"; }
     void Raw(const std::string& s) { out_ += s; }
     std::string Take() { return std::move(out_); }
+    const std::string& LineBreakIn() const { return lineBreakIn_; }
 
 private:
     std::string out_;
+    std::string lineBreakIn_;
 };
 
 unsigned char FirstByte(const std::string& s) {
@@ -467,10 +480,8 @@ void WriteCodeString(Writer& w, const std::string& s) {
         w.Number(i < s.size() ? static_cast<unsigned char>(s[i]) : 0);
 }
 
-} // namespace
-
-std::string SerializeConfig(const Config& cfg) {
-    Writer w;
+// The current layout, setting by setting.
+void Write(const Config& cfg, Writer& w) {
     w.Line(BannerV300);
     for (long v :
          {cfg.PortNumber, cfg.BaudRate, cfg.Parity, cfg.DataBits, cfg.StopBits, cfg.FlowControl})
@@ -481,14 +492,14 @@ std::string SerializeConfig(const Config& cfg) {
                    cfg.EndOfRecordEvent, cfg.RecordStructure, cfg.RecordLength, cfg.NumFields})
         w.Number(v);
     w.Number(FirstByte(cfg.DelimiterChar));
-    w.Line(cfg.TargetAppTitle);
-    w.Line(cfg.TargetAppCommand);
+    w.Text("TargetAppTitle", cfg.TargetAppTitle);
+    w.Text("TargetAppCommand", cfg.TargetAppCommand);
     w.Number(cfg.ActivateTarget);
-    w.Line(cfg.DdeCmdApp);
-    w.Line(cfg.DdeCmdTopic);
-    w.Line(cfg.DdeCmdText);
-    for (const auto& entry : cfg.TranslationTable)
-        w.Line(entry);
+    w.Text("DdeCmdApp", cfg.DdeCmdApp);
+    w.Text("DdeCmdTopic", cfg.DdeCmdTopic);
+    w.Text("DdeCmdText", cfg.DdeCmdText);
+    for (int k = 0; k < 256; ++k)
+        w.Text("TranslationTable", cfg.TranslationTable[k], k);
     for (const auto& entry : cfg.PreInputTranslation) {
         if (entry == "Ignore" || entry == "Void Record")
             w.Line(entry);
@@ -498,26 +509,26 @@ std::string SerializeConfig(const Config& cfg) {
     WriteCodeString(w, cfg.DdeTranslation);
     WriteCodeString(w, cfg.LogTranslation);
     for (int i = 1; i <= NumOutputStrings; ++i) {
-        w.Line(cfg.OutputStringName[i]);
-        w.Line(cfg.FieldFilter[i]);
+        w.Text("OutputStringName", cfg.OutputStringName[i], i);
+        w.Text("FieldFilter", cfg.FieldFilter[i], i);
         w.Number(cfg.FieldLength[i]);
-        w.Line(cfg.FieldFilter[i + 20]);
+        w.Text("FieldFilter", cfg.FieldFilter[i + 20], i + 20);
         w.Number(cfg.FieldLength[i + 20]);
-        w.Line(cfg.FieldFormat[i]);
-        w.Line(cfg.FieldFormat[i + 20]);
+        w.Text("FieldFormat", cfg.FieldFormat[i], i);
+        w.Text("FieldFormat", cfg.FieldFormat[i + 20], i + 20);
     }
-    w.Line(cfg.LogFileName);
+    w.Text("LogFileName", cfg.LogFileName);
     w.Number(cfg.MinimizeOnActivation);
-    w.Line(cfg.CmdLinkApp);
-    w.Line(cfg.CmdLinkTopic);
-    w.Line(cfg.CmdLinkItem);
+    w.Text("CmdLinkApp", cfg.CmdLinkApp);
+    w.Text("CmdLinkTopic", cfg.CmdLinkTopic);
+    w.Text("CmdLinkItem", cfg.CmdLinkItem);
     w.Number(cfg.CmdLinkAuto);
-    w.Line(cfg.OutLinkApp);
-    w.Line(cfg.OutLinkTopic);
-    w.Line(cfg.OutLinkItem);
+    w.Text("OutLinkApp", cfg.OutLinkApp);
+    w.Text("OutLinkTopic", cfg.OutLinkTopic);
+    w.Text("OutLinkItem", cfg.OutLinkItem);
     w.Number(cfg.OutLinkAuto);
     w.Number(cfg.StripOutputCrLf);
-    w.Line(cfg.DateTimeFormat);
+    w.Text("DateTimeFormat", cfg.DateTimeFormat);
     w.Number(cfg.ShowDateTime);
     w.Number(cfg.ButtonDisplay);
     w.Number(cfg.TimerInterval);
@@ -529,7 +540,7 @@ std::string SerializeConfig(const Config& cfg) {
         w.Number(cfg.HotKeyCode[i]);
     }
     for (int i = 1; i <= MaxFields; ++i)
-        w.Line(cfg.FieldExpression[i]);
+        w.Text("FieldExpression", cfg.FieldExpression[i], i);
     auto len = [](const std::string& s) { return static_cast<long>(s.size()); };
     for (const std::string* s : {&cfg.AckString, &cfg.TimerString, &cfg.RecordPreamble,
                                  &cfg.StartOfRecordChars, &cfg.EndOfRecordChars})
@@ -550,18 +561,35 @@ std::string SerializeConfig(const Config& cfg) {
         w.Raw(cfg.FieldPostamble[i]);
     for (const auto& s : cfg.HotKeyData)
         w.Raw(s);
-    w.Line(cfg.DdeTopicName);
+    w.Text("DdeTopicName", cfg.DdeTopicName);
     w.Line(std::to_string(cfg.InterCharDelay));
+}
+
+} // namespace
+
+std::string SerializeConfig(const Config& cfg) {
+    Writer w;
+    Write(cfg, w);
     return w.Take();
+}
+
+std::string SettingWithLineBreak(const Config& cfg) {
+    Writer w;
+    Write(cfg, w);
+    return w.LineBreakIn();
 }
 
 bool SaveConfigFile(const Config& cfg) {
     if (cfg.ConfigFileName.empty())
         return false;
+    Writer w;
+    Write(cfg, w);
+    if (!w.LineBreakIn().empty())
+        return false;
     std::ofstream out(cfg.ConfigFileName, std::ios::binary | std::ios::trunc);
     if (!out)
         return false;
-    std::string bytes = SerializeConfig(cfg);
+    std::string bytes = w.Take();
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
     return static_cast<bool>(out);

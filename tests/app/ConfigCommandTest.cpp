@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -83,6 +84,8 @@ TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {
         {R"({"NumFields": 70000})", "NumFields must be a whole number"},
         {R"({"BeepOnInput": 1})", "BeepOnInput must be -1 (true) or 0 (false)"},
         {R"({"AckString": "\u0100"})", "AckString must be a text of characters U+0000 to U+00FF"},
+        {R"({"TargetAppTitle": "Bal\r\nance"})",
+         "Invalid Input: TargetAppTitle must not hold a carriage return or line feed"},
         {"not json", "is not valid JSON"},
     };
     for (const auto& c : cases) {
@@ -94,6 +97,53 @@ TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {
         EXPECT_NE(r.err.find(c.message), std::string::npos) << c.json << " gave " << r.err;
         EXPECT_FALSE(fs::exists(file)) << c.json;
     }
+}
+
+TEST(ConfigCommand, ALineBreakIsRefusedByNameUnlessTheSettingReadsBackUnchanged) {
+    // Every text setting in turn (in an array, one entry of it) is given a
+    // CR LF: it is either refused, naming the setting, or kept exactly with
+    // every other setting left as it was.
+    TempDir dir;
+    fs::path fresh = dir.path / "fresh.QX3";
+    ASSERT_EQ(Corvane({"config", "new", fresh.string()}).exitCode, 0);
+    const auto defaults = nlohmann::json::parse(Corvane({"config", "dump", fresh.string()}).out);
+    const std::string value = "Bal\r\nance";
+    std::set<std::string> kept;
+    for (const auto& [key, initial] : defaults.items()) {
+        nlohmann::json setting = value;
+        std::string named = key;
+        if (initial.is_array() && initial[0].is_string()) {
+            const std::size_t i = initial.size() / 2;
+            setting = initial;
+            setting[i] = value;
+            // Output strings are shown from index 1.
+            named += "[" + std::to_string(i + (initial.size() == 20 ? 1 : 0)) + "]";
+        } else if (!initial.is_string()) {
+            continue;
+        }
+        fs::path json = dir.path / (key + ".json");
+        std::ofstream(json) << nlohmann::json{{key, setting}}.dump();
+        fs::path file = dir.path / (key + ".QX3");
+        auto built = Corvane({"config", "build", json.string(), file.string()});
+        if (built.exitCode != 0) {
+            EXPECT_EQ(built.exitCode, 1) << key;
+            EXPECT_NE(built.err.find(named), std::string::npos) << built.err;
+            EXPECT_NE(built.err.find(" must "), std::string::npos) << built.err;
+            EXPECT_FALSE(fs::exists(file)) << key;
+            continue;
+        }
+        kept.insert(key);
+        nlohmann::json expected = defaults;
+        expected[key] = setting;
+        auto dumped = Corvane({"config", "dump", file.string()});
+        EXPECT_EQ(dumped.err, "") << key;
+        const auto back = nlohmann::json::parse(dumped.out);
+        for (const auto& [name, want] : expected.items())
+            EXPECT_EQ(back[name], want) << name << " after a line break in " << key;
+    }
+    EXPECT_EQ(kept, (std::set<std::string>{"StartOfRecordChars", "EndOfRecordChars",
+                                           "RecordPreamble", "FieldPostamble", "OutputString",
+                                           "AckString", "TimerString", "HotKeyData"}));
 }
 
 TEST(ConfigCommand, ForeignFilesAndUsageErrors) {

@@ -140,6 +140,37 @@ TEST(ConfigFile, DefaultsAndAFullyChangedRecordSurviveARoundTrip) {
     }
 }
 
+TEST(ConfigFile, ALineBreakInASettingKeptOnALineIsNamedAndNeverSaved) {
+    TempFile f;
+    Config good = Everywhere(); // its raw-block strings hold CR and LF
+    good.ConfigFileName = f.path.string();
+    EXPECT_EQ(SettingWithLineBreak(good), "");
+    ASSERT_TRUE(SaveConfigFile(good));
+    const std::string saved = f.Read();
+    struct Case {
+        void (*set)(Config&);
+        const char* named;
+    } cases[] = {
+        {[](Config& c) { c.TargetAppTitle = "Bal\r\nance"; }, "TargetAppTitle"},
+        {[](Config& c) { c.DdeTopicName = "\nTopic"; }, "DdeTopicName"},
+        {[](Config& c) { c.TranslationTable[13] = "{ENTER}\r"; }, "TranslationTable[13]"},
+        {[](Config& c) { c.OutputStringName[20] = "\r"; }, "OutputStringName[20]"},
+        {[](Config& c) { c.FieldFormat[23] = "0\n0"; }, "FieldFormat[23]"},
+        {[](Config& c) {
+             c.FieldExpression[40] = "field(1)\n";
+             c.DdeTopicName = "\n";
+         },
+         "FieldExpression[40]"},
+    };
+    for (const auto& c : cases) {
+        Config bad = good;
+        c.set(bad);
+        EXPECT_EQ(SettingWithLineBreak(bad), c.named);
+        EXPECT_FALSE(SaveConfigFile(bad)) << c.named;
+        EXPECT_EQ(f.Read(), saved) << c.named; // the file on disk is left as it was
+    }
+}
+
 TEST(ConfigFile, WritesTheCurrentLayoutLineByLine) {
     Config c;
     c.PreInputTranslation[0] = "A";
