@@ -1,5 +1,6 @@
 #include "output/KeySender.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
@@ -223,17 +224,23 @@ bool KeyEventSource::NextKeyEvent(int& vk, bool& release) {
         release = true;
         return true;
     }
-    if (read_ >= queue_.size())
-        return false;
+    if (read_ >= queue_.size()) {
+        if (held_.empty())
+            return false;
+        vk = held_.back();
+        held_.pop_back();
+        release = true;
+        return true;
+    }
     int item = queue_[read_++];
-    bool* state = item == VkShift     ? &shift_
-                  : item == VkControl ? &control_
-                  : item == VkMenu    ? &alt_
-                                      : nullptr;
     vk = item;
-    if (state) {
-        *state = !*state;
-        release = !*state;
+    if (item == VkShift || item == VkControl || item == VkMenu) {
+        auto down = std::find(held_.begin(), held_.end(), item);
+        release = down != held_.end();
+        if (release)
+            held_.erase(down);
+        else
+            held_.push_back(item);
         return true;
     }
     release = false;

@@ -45,7 +45,9 @@ int LookupKeyName(std::string_view name, Keyboard& keyboard);
 int ParseKeyString(std::string_view text, Keyboard& keyboard, std::vector<std::uint16_t>& queue);
 
 // Plays a queue: every ordinary key is pressed and released before the next
-// item; a modifier stays down from its first toggle to its second.
+// item; a modifier stays down from its first toggle to its second. A modifier
+// still down at the end of the queue ("{BREAK}" alone) is released there, the
+// last one pressed first, so that no key stays held on the desktop.
 class KeyEventSource {
 public:
     explicit KeyEventSource(const std::vector<std::uint16_t>& queue) : queue_(queue) {}
@@ -55,7 +57,7 @@ public:
 private:
     const std::vector<std::uint16_t>& queue_;
     std::size_t read_ = 0;
-    bool shift_ = false, control_ = false, alt_ = false;
+    std::vector<int> held_; // modifiers down, in the order they were pressed
     bool releasePending_ = false;
     int lastKey_ = 0;
 };

@@ -88,6 +88,22 @@ TEST(KeySender, EveryKeyIsReleasedBeforeTheNextAndModifiersSpanTheirUnit) {
     EXPECT_EQ(Typed("{BREAK}a{BREAK}"), "+17 +65 -65 -17 ");
 }
 
+TEST(KeySender, AModifierStillDownAtTheEndIsReleasedLastPressedFirst) {
+    EXPECT_EQ(Typed("{BREAK}"), "+17 -17 ");
+    EXPECT_EQ(Typed("{BREAK}a"), "+17 +65 -65 -17 ");
+    EXPECT_EQ(Typed("{BREAK 3}x"), "+17 -17 +17 +88 -88 -17 ");
+    EXPECT_EQ(Typed("+{BREAK}B"), "+16 +17 -16 +16 +66 -66 -16 -17 ");
+    // The parser leaves only Ctrl unpaired; the player releases any modifier.
+    const std::vector<std::uint16_t> queue = {VkShift, VkControl, VkMenu, 65};
+    KeyEventSource source(queue);
+    std::string events;
+    int vk = 0;
+    bool release = false;
+    while (source.NextKeyEvent(vk, release))
+        events += (release ? "-" : "+") + std::to_string(vk) + " ";
+    EXPECT_EQ(events, "+16 +17 +18 +65 -65 -18 -17 -16 ");
+}
+
 TEST(KeySender, CapsLockIsOffDuringTheSendAndOnAgainAfter) {
     UsKeyboard kb;
     kb.capsLock = true;
