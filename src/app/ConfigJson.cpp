@@ -140,9 +140,16 @@ struct FromJson {
     std::size_t applied = 0;
 
     template <typename I> bool Number(const std::string& where, const json& j, I& target) {
-        if (!j.is_number_integer() ||
-            j.get<long long>() < static_cast<long long>(std::numeric_limits<I>::min()) ||
-            j.get<long long>() > static_cast<long long>(std::numeric_limits<I>::max())) {
+        // The parser keeps non-negative whole numbers unsigned: read as signed,
+        // those beyond the signed range would wrap (2^64 - 1 to -1).
+        const bool fits =
+            j.is_number_unsigned()
+                ? j.get<unsigned long long>() <=
+                      static_cast<unsigned long long>(std::numeric_limits<I>::max())
+                : j.is_number_integer() &&
+                      j.get<long long>() >= static_cast<long long>(std::numeric_limits<I>::min()) &&
+                      j.get<long long>() <= static_cast<long long>(std::numeric_limits<I>::max());
+        if (!fits) {
             error = where + " must be a whole number from " +
                     std::to_string(std::numeric_limits<I>::min()) + " to " +
                     std::to_string(std::numeric_limits<I>::max());
