@@ -10,10 +10,12 @@
 #include "output/KeySender.h"
 #include "output/X11Keyboard.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace app {
 
@@ -57,12 +59,17 @@ int CmdKeys(const Args& args) {
         return 2;
     }
     engine::PosixClock clock;
+    // Without an event loop, the pauses between keys simply sleep.
+    auto sleep = [](int maxWaitMs) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(maxWaitMs));
+        return true;
+    };
     std::unique_ptr<output::X11Keyboard> x11 =
         std::getenv("DISPLAY") ? output::X11Keyboard::Open() : nullptr;
     if (dryRun) {
         output::UsKeyboard us;
         DryRunKeyboard keyboard(x11 ? static_cast<output::Keyboard&>(*x11) : us);
-        output::KeySender sender(keyboard, clock, nullptr);
+        output::KeySender sender(keyboard, clock, sleep);
         return sender.SimSendKeys(*text, 0);
     }
     std::vector<std::uint16_t> queue;
@@ -85,7 +92,7 @@ int CmdKeys(const Args& args) {
             return 1;
         }
     }
-    output::KeySender sender(*x11, clock, nullptr);
+    output::KeySender sender(*x11, clock, sleep);
     return sender.SimSendKeys(*text, delay);
 }
 

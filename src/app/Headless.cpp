@@ -2,6 +2,10 @@
 
 #include "app/Commands.h"
 
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +23,15 @@ config::MessageAnswer StderrMessageSink::Show(const config::Message& message) {
         break;
     }
     return config::MessageAnswer::Ok;
+}
+
+void PumpEvents(int maxWaitMs) {
+    QCoreApplication::processEvents();
+    if (maxWaitMs <= 0)
+        return;
+    QEventLoop idle;
+    QTimer::singleShot(maxWaitMs, &idle, [] {});
+    idle.processEvents(QEventLoop::WaitForMoreEvents);
 }
 
 namespace {

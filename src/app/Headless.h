@@ -1,6 +1,6 @@
 #pragma once
-// Pieces of the headless runtime: messages on standard error, and SIGINT /
-// SIGTERM turned into an event of the Qt event loop.
+// Pieces of the headless runtime: messages on standard error, waits that
+// run the Qt event loop, and SIGINT / SIGTERM turned into an event of it.
 
 #include "config/MessageSink.h"
 
@@ -20,6 +20,11 @@ public:
     config::MessageAnswer Show(const config::Message& message) override;
     void Beep(long) override {}
 };
+
+// A wait's pump on the Qt event loop: runs the events that are waiting, then
+// sleeps until the next one arrives (a signal, a bus message, a timer) or
+// maxWaitMs pass.
+void PumpEvents(int maxWaitMs);
 
 // Calls onSignal (once per signal received) from the event loop when SIGINT
 // or SIGTERM arrives. One instance per process; the handlers are restored to

@@ -1,13 +1,12 @@
 #include "app/HeadlessRuntime.h"
 
 #include "app/Commands.h"
+#include "app/Headless.h"
 #include "config/ConfigFile.h"
 #include "engine/ProcessLocale.h"
 #include "serial/PortSettings.h"
 #include "serial/PosixPort.h"
 #include "serial/ReconnectingPort.h"
-
-#include <QCoreApplication>
 
 #include <cerrno>
 #include <cstdio>
@@ -125,11 +124,14 @@ void HeadlessRuntime::StartKeystrokes() {
         return;
     }
     windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
-    auto pump = [] { QCoreApplication::processEvents(); };
+    // SIGTERM reaches Exit through the pumped events: the waits end with it.
+    auto pump = [this](int maxWaitMs) {
+        PumpEvents(maxWaitMs);
+        return !exiting_;
+    };
     sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
     keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg_, *windows_, *sender_, messages_,
                                                               clock_, pump);
-    keystrokes_->closing = [this] { return exiting_; };
     dispatch_->keystrokes = keystrokes_.get();
 }
 

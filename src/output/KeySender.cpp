@@ -249,7 +249,7 @@ bool KeyEventSource::NextKeyEvent(int& vk, bool& release) {
     return true;
 }
 
-KeySender::KeySender(Keyboard& keyboard, engine::Clock& clock, std::function<void()> pump)
+KeySender::KeySender(Keyboard& keyboard, engine::Clock& clock, EventPump pump)
     : keyboard_(keyboard), clock_(clock), pump_(std::move(pump)) {}
 
 int KeySender::SimSendKeys(std::string_view text, long interCharDelay) {
@@ -262,17 +262,18 @@ int KeySender::SimSendKeys(std::string_view text, long interCharDelay) {
         return KeysOk;
     }
     sending_ = true;
-    Play(queue, interCharDelay);
-    while (!waiting_.empty()) {
+    bool going = Play(queue, interCharDelay);
+    while (going && !waiting_.empty()) {
         auto next = std::move(waiting_.front());
         waiting_.pop_front();
-        Play(next.first, next.second);
+        going = Play(next.first, next.second);
     }
+    waiting_.clear();
     sending_ = false;
     return KeysOk;
 }
 
-void KeySender::Play(const std::vector<std::uint16_t>& queue, long interCharDelay) {
+bool KeySender::Play(const std::vector<std::uint16_t>& queue, long interCharDelay) {
     // Caps Lock would turn the case of every letter: off for the send, on again after.
     bool caps = keyboard_.CapsLockOn();
     if (caps)
@@ -280,41 +281,48 @@ void KeySender::Play(const std::vector<std::uint16_t>& queue, long interCharDela
     KeyEventSource source(queue);
     int vk = 0;
     bool release = false;
+    bool going = true;
     while (source.NextKeyEvent(vk, release)) {
         if (vk != 0xFF)
             keyboard_.KeyEvent(vk, release);
+        if (!going)
+            continue;
         // Menus opened by an Alt combination get two seconds to appear.
         if (release && vk == VkMenu)
-            WaitClockSeconds(clock_, 2, pump_);
-        if (interCharDelay > 0)
-            WaitMilliseconds(interCharDelay);
+            going = WaitClockSeconds(clock_, 2, pump_);
+        if (going && interCharDelay > 0)
+            going = WaitMilliseconds(interCharDelay);
+        if (!going)
+            source.Stop();
     }
     if (caps)
         keyboard_.SetCapsLock(true);
+    return going;
 }
 
-void KeySender::WaitMilliseconds(long ms) {
+bool KeySender::WaitMilliseconds(long ms) {
     std::int32_t start = clock_.TickCount();
     while (true) {
         // The difference survives the wrap-around of the tick count.
         std::int32_t elapsed = static_cast<std::int32_t>(
             static_cast<std::uint32_t>(clock_.TickCount()) - static_cast<std::uint32_t>(start));
         if (elapsed >= ms || elapsed < 0)
-            return;
-        if (pump_)
-            pump_();
+            return true;
+        if (pump_ && !pump_(static_cast<int>(std::min<long>(ms - elapsed, WaitPollMs))))
+            return false;
     }
 }
 
-void WaitClockSeconds(engine::Clock& clock, int seconds, const std::function<void()>& pump) {
+bool WaitClockSeconds(engine::Clock& clock, int seconds, const EventPump& pump) {
     auto secondOfDay = [&clock] {
         engine::DateTime t = clock.Now();
         return t.Hour * 3600 + t.Minute * 60 + t.Second;
     };
     const int start = secondOfDay();
     while ((secondOfDay() - start + 86400) % 86400 < seconds)
-        if (pump)
-            pump();
+        if (pump && !pump(WaitPollMs))
+            return false;
+    return true;
 }
 
 } // namespace output

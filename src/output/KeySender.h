@@ -53,6 +53,9 @@ public:
     explicit KeyEventSource(const std::vector<std::uint16_t>& queue) : queue_(queue) {}
     // False when nothing is left.
     bool NextKeyEvent(int& vk, bool& release);
+    // Drops the rest of the queue: only the releases of the keys that are
+    // down remain.
+    void Stop() { read_ = queue_.size(); }
 
 private:
     const std::vector<std::uint16_t>& queue_;
@@ -62,29 +65,42 @@ private:
     int lastKey_ = 0;
 };
 
+// What a wait calls between two looks at the clock or the windows: it lets
+// the program's own events run, then sleeps until another event arrives or
+// maxWaitMs pass, so that the wait does not spin. It returns false once the
+// program is closing, and the wait then ends at once.
+using EventPump = std::function<bool(int maxWaitMs)>;
+
+// The longest sleep between two looks: waits end at most this late.
+constexpr int WaitPollMs = 20;
+
 // Pumps until the time of day, read in whole seconds, has moved on by
-// seconds (across midnight too).
-void WaitClockSeconds(engine::Clock& clock, int seconds, const std::function<void()>& pump);
+// seconds (across midnight too). False when the program began closing.
+bool WaitClockSeconds(engine::Clock& clock, int seconds, const EventPump& pump);
 
 class KeySender {
 public:
-    // pump lets the program's own events run during waits.
-    KeySender(Keyboard& keyboard, engine::Clock& clock, std::function<void()> pump);
+    // pump runs the program's own events during waits (none: the waits poll
+    // the clock without a pause).
+    KeySender(Keyboard& keyboard, engine::Clock& clock, EventPump pump);
 
     // Parses and types text. Returns 0 or the parser's code; on a code nothing
     // is typed. X11 keeps no keyboard state per program that keys held in our
     // own windows could leak through, so of the keyboard state only Caps Lock
     // is saved, turned off for the send and turned on again. A send started from an event pumped
     // during another send is parsed at once but typed after the one in progress.
+    // Once the program is closing, the rest of the send is dropped and only
+    // the keys that are down are released.
     int SimSendKeys(std::string_view text, long interCharDelay);
 
 private:
-    void Play(const std::vector<std::uint16_t>& queue, long interCharDelay);
-    void WaitMilliseconds(long ms);
+    // False when the program began closing during the send.
+    bool Play(const std::vector<std::uint16_t>& queue, long interCharDelay);
+    bool WaitMilliseconds(long ms);
 
     Keyboard& keyboard_;
     engine::Clock& clock_;
-    std::function<void()> pump_;
+    EventPump pump_;
     bool sending_ = false;
     std::deque<std::pair<std::vector<std::uint16_t>, long>> waiting_;
 };

@@ -6,7 +6,7 @@ namespace output {
 
 KeystrokeDispatch::KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
                                      config::MessageSink& messages, engine::Clock& clock,
-                                     std::function<void()> pump)
+                                     EventPump pump)
     : cfg_(cfg), windows_(windows), sender_(sender), messages_(messages), clock_(clock),
       pump_(std::move(pump)) {}
 
@@ -19,15 +19,14 @@ bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
         return false;
     }
     // Wait for the program's window to come to the front, then one more
-    // second on the clock so that it is ready for keys.
-    // The wait has no time limit: a program may take long to start.
-    while (windows_.ForegroundWindow() == before) {
-        if (closing && closing())
+    // second on the clock so that it is ready for keys. The wait has no time
+    // limit, as a program may take long to start, but it looks at the windows
+    // only between the pump's sleeps and ends when the runtime closes.
+    while (windows_.ForegroundWindow() == before)
+        if (pump_ && !pump_(WaitPollMs))
             return false;
-        if (pump_)
-            pump_();
-    }
-    WaitClockSeconds(clock_, 1, pump_);
+    if (!WaitClockSeconds(clock_, 1, pump_))
+        return false;
     target = returnWindow = windows_.ForegroundWindow();
     // The next record finds the window by its real caption; the setting
     // itself is not marked as changed.

@@ -17,15 +17,12 @@ namespace output {
 class KeystrokeDispatch : public KeystrokeDelivery {
 public:
     KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
-                      config::MessageSink& messages, engine::Clock& clock,
-                      std::function<void()> pump);
+                      config::MessageSink& messages, engine::Clock& clock, EventPump pump);
 
     void DeliverRecord(const std::function<std::string()>& buildRecordText) override;
 
     // The runtime's own window; nothing is typed while it is in front.
     WindowId ownWindow = 0;
-    // True once the runtime is closing: a wait for a started program ends.
-    std::function<bool()> closing;
 
 private:
     bool Launch(WindowId& target, WindowId& returnWindow);
@@ -35,7 +32,7 @@ private:
     KeySender& sender_;
     config::MessageSink& messages_;
     engine::Clock& clock_;
-    std::function<void()> pump_;
+    EventPump pump_;
 };
 
 } // namespace output

@@ -1,4 +1,5 @@
 #include "output/KeySender.h"
+#include "output/PumpedClock.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +17,11 @@ std::vector<std::uint16_t> Queue(const std::string& text, int expectedCode = Key
 // Types text with the US layout and returns "+vk"/"-vk" per event.
 std::string Typed(const std::string& text, UsKeyboard& kb) {
     engine::ManualClock clock;
-    KeySender sender(kb, clock, [&] {
+    KeySender sender(kb, clock, [&](int) {
         clock.Advance(1);
         if (clock.ticks % 1000 == 0)
             ++clock.now.Second;
+        return true;
     });
     sender.SimSendKeys(text, 0);
     std::string out;
@@ -117,11 +119,12 @@ TEST(KeySender, PausesAfterEveryEventAndSettlesAfterAlt) {
     engine::ManualClock clock;
     clock.ticks = INT32_MAX - 3; // the pause survives the wrap-around
     int pumps = 0;
-    KeySender sender(kb, clock, [&] {
+    KeySender sender(kb, clock, [&](int) {
         ++pumps;
         clock.Advance(1);
         if (clock.ticks % 500 == 0)
             ++clock.now.Second;
+        return true;
     });
     sender.SimSendKeys("ab", 5);
     EXPECT_EQ(pumps, 4 * 5);
@@ -136,12 +139,13 @@ TEST(KeySender, ASendFromAPumpedEventWaitsForTheOneInProgress) {
     engine::ManualClock clock;
     KeySender* self = nullptr;
     bool nested = false;
-    KeySender sender(kb, clock, [&] {
+    KeySender sender(kb, clock, [&](int) {
         clock.Advance(1);
         if (!nested) {
             nested = true;
             EXPECT_EQ(self->SimSendKeys("z", 1), KeysOk);
         }
+        return true;
     });
     self = &sender;
     sender.SimSendKeys("ab", 1);
@@ -150,4 +154,36 @@ TEST(KeySender, ASendFromAPumpedEventWaitsForTheOneInProgress) {
         if (!e.release)
             order += static_cast<char>(e.vk);
     EXPECT_EQ(order, "ABZ");
+}
+
+TEST(KeySender, PausesSleepInThePumpAndEndOnTime) {
+    UsKeyboard kb;
+    PumpedClock clock;
+    KeySender sender(kb, clock, clock.Pump());
+    sender.SimSendKeys("ab", 30);
+    // Four events, each followed by exactly 30 ms, looked at no more than
+    // once per 10 ms.
+    EXPECT_EQ(clock.ticks, 4 * 30);
+    EXPECT_LE(clock.pumps, 4 * 4);
+    clock.pumps = 0;
+    sender.SimSendKeys("%f", 0);
+    // The two-second settle after Alt, at the same rate.
+    EXPECT_GE(clock.ticks, 4 * 30 + 1000);
+    EXPECT_LE(clock.pumps, 2 * 100 + 1);
+}
+
+TEST(KeySender, ClosingDropsTheRestOfTheSendAndReleasesWhatIsDown) {
+    UsKeyboard kb;
+    PumpedClock clock;
+    clock.closingAt = 4; // during the pause after "a" goes down
+    KeySender sender(kb, clock, clock.Pump());
+    clock.onPump = [&] {
+        if (clock.pumps == 1)
+            sender.SimSendKeys("z", 0); // waits for the send in progress
+    };
+    sender.SimSendKeys("{BREAK}ab", 30);
+    std::string events;
+    for (const auto& e : kb.events)
+        events += (e.release ? "-" : "+") + std::to_string(e.vk) + " ";
+    EXPECT_EQ(events, "+17 +65 -65 -17 ");
 }

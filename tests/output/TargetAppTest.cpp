@@ -1,4 +1,5 @@
 #include "output/KeystrokeDispatch.h"
+#include "output/PumpedClock.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +18,8 @@ public:
     };
     std::vector<Win> stack; // top first
     std::vector<std::string> calls;
+    std::string startError = "No such file or directory";
+    int foregroundLooks = 0;
 
     std::vector<WindowId> TopLevelWindows() override {
         std::vector<WindowId> ids;
@@ -25,7 +28,10 @@ public:
         return ids;
     }
     std::string Caption(WindowId w) override { return Find(w).caption; }
-    WindowId ForegroundWindow() override { return stack.empty() ? 0 : stack.front().id; }
+    WindowId ForegroundWindow() override {
+        ++foregroundLooks;
+        return stack.empty() ? 0 : stack.front().id;
+    }
     bool Activate(WindowId w) override {
         calls.push_back("activate " + std::to_string(w));
         for (std::size_t i = 0; i < stack.size(); ++i)
@@ -46,7 +52,7 @@ public:
     }
     std::string StartProgram(const std::string& command) override {
         calls.push_back("start " + command);
-        return "No such file or directory";
+        return startError;
     }
 
 private:
@@ -112,4 +118,67 @@ TEST(TargetApplication, AProgramThatCannotStartIsReportedAndNothingIsTyped) {
     EXPECT_EQ(messages.shown[0].text,
               "Cannot Run Program: editor --new\rNo such file or directory");
     EXPECT_EQ(messages.shown[0].icon, config::MessageIcon::Exclamation);
+}
+
+namespace {
+
+// A configuration whose target is not running and is started by command.
+config::Config StartedTarget() {
+    config::Config cfg;
+    cfg.TargetAppTitle = "Editor";
+    cfg.TargetAppCommand = "editor --new";
+    cfg.InterCharDelay = 0;
+    return cfg;
+}
+
+} // namespace
+
+TEST(TargetApplication, TheWaitForAStartedProgramSleepsBetweenLooksAtTheWindows) {
+    FakeWindows windows;
+    windows.stack = {{1, "Terminal"}};
+    windows.startError = "";
+    config::Config cfg = StartedTarget();
+    UsKeyboard keyboard;
+    PumpedClock clock;
+    // The program's window comes up five seconds after the start.
+    clock.onPump = [&] {
+        if (clock.ticks >= 5000 && windows.stack.front().id == 1)
+            windows.stack.insert(windows.stack.begin(), {2, "Untitled - Editor"});
+    };
+    KeySender sender(keyboard, clock, clock.Pump());
+    config::RecordingMessageSink messages;
+    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+    dispatch.DeliverRecord([] { return std::string("1"); });
+    EXPECT_EQ(windows.calls.front(), "start editor --new");
+    EXPECT_EQ(keyboard.events.size(), 2u); // typed once the window is ready
+    // Five seconds until the window, one more to settle: looked at no more
+    // than once per 10 ms.
+    EXPECT_LE(windows.foregroundLooks, 6 * 100 + 5);
+}
+
+TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
+    for (int closingAt : {1, 30}) {
+        FakeWindows windows;
+        windows.stack = {{1, "Terminal"}};
+        windows.startError = ""; // started, its window comes only much later
+        config::Config cfg = StartedTarget();
+        UsKeyboard keyboard;
+        PumpedClock clock;
+        clock.closingAt = closingAt;
+        clock.onPump = [&] {
+            if (clock.pumps == 100000)
+                windows.stack.insert(windows.stack.begin(), {2, "Editor"});
+        };
+        KeySender sender(keyboard, clock, clock.Pump());
+        config::RecordingMessageSink messages;
+        KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+        bool built = false;
+        dispatch.DeliverRecord([&] {
+            built = true;
+            return std::string("x");
+        });
+        EXPECT_EQ(clock.pumps, closingAt);
+        EXPECT_TRUE(built);
+        EXPECT_TRUE(keyboard.events.empty());
+    }
 }

@@ -54,6 +54,13 @@ protected:
     testsupport::RunResult Keys(const std::string& text, const std::string& title) {
         return RunProgram({CORVANE_BINARY, "keys", "--delay", "0", "--window", title, text});
     }
+    // Builds the configuration as dir/name.QX3 and runs it headless on pty.
+    std::unique_ptr<ChildProcess> RunOnPty(const nlohmann::json& cfg, const std::string& name,
+                                           const testsupport::PseudoTerminal& pty) {
+        fs::path qx3 = testsupport::BuildConfigFile(dir, name, cfg.dump());
+        return std::make_unique<ChildProcess>(std::vector<std::string>{
+            CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    }
 
     std::unique_ptr<testsupport::PrivateXServer> xserver;
     std::unique_ptr<ChildProcess> recorder;
@@ -102,10 +109,8 @@ TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
     std::vector<std::string> postambles(41, "");
     postambles[1] = "{TAB}x~";
     cfg["FieldPostamble"] = postambles;
-    fs::path qx3 = testsupport::BuildConfigFile(dir, "keys", cfg.dump());
     testsupport::PseudoTerminal pty;
-    ChildProcess runtime(
-        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    auto runtime = RunOnPty(cfg, "keys", pty);
     // Every special entry of the default translation table, upper case and
     // shifted characters; the carriage return ends the record and is typed
     // as Enter, the line feed is dropped.
@@ -113,9 +118,9 @@ TEST_F(X11Typing, RecordsArrivingOnAPortAreTypedIntoTheTargetWindow) {
     ASSERT_TRUE(pty.Write(record));
     const std::string expected = "Ab+%()[]{}~^ 7\t x<BS><DEL>\n\tx\n";
     EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == expected; })) << Typed() << "\n"
-                                                                   << runtime.Stderr();
-    runtime.Signal(SIGTERM);
-    EXPECT_TRUE(runtime.WaitExit(5s).has_value());
+                                                                   << runtime->Stderr();
+    runtime->Signal(SIGTERM);
+    EXPECT_TRUE(runtime->WaitExit(5s).has_value());
 }
 
 TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
@@ -127,20 +132,38 @@ TEST_F(X11Typing, AMissingTargetIsStartedAndFoundByItsCaptionAfterwards) {
         std::string(KEY_RECORDER) + " \"Launched Recorder\" " + typed.string();
     cfg["InterCharDelay"] = 0;
     cfg["StartOfRecordEvent"] = 1;
-    fs::path qx3 = testsupport::BuildConfigFile(dir, "launch", cfg.dump());
     testsupport::PseudoTerminal pty;
-    ChildProcess runtime(
-        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    auto runtime = RunOnPty(cfg, "launch", pty);
     ASSERT_TRUE(pty.Write("one\r"));
     EXPECT_TRUE(WaitFor(15s, [&] { return Typed() == "one\n"; })) << Typed() << "\n"
-                                                                  << runtime.Stderr();
+                                                                  << runtime->Stderr();
     // The second record finds the started window by its caption: no second start.
     ASSERT_TRUE(pty.Write("two\r"));
     EXPECT_TRUE(WaitFor(10s, [&] { return Typed() == "one\ntwo\n"; })) << Typed();
     EXPECT_EQ(testsupport::ReadFileBytes(typed).rfind("<ready>"), 0u);
-    runtime.Signal(SIGTERM);
-    EXPECT_TRUE(runtime.WaitExit(5s).has_value());
+    runtime->Signal(SIGTERM);
+    EXPECT_TRUE(runtime->WaitExit(5s).has_value());
     // The started recorder ends with its X server.
+}
+
+TEST_F(X11Typing, SigtermEndsTheWaitForAStartedProgramsWindow) {
+    // The started program never opens a window: the runtime waits for one
+    // until it is told to stop.
+    const fs::path pidFile = dir.path / "target.pid";
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Never Shown";
+    cfg["TargetAppCommand"] = "/bin/sh -c \"echo $$ > " + pidFile.string() + "; exec sleep 60\"";
+    cfg["StartOfRecordEvent"] = 1;
+    testsupport::PseudoTerminal pty;
+    auto runtime = RunOnPty(cfg, "windowless", pty);
+    ASSERT_TRUE(pty.Write("one\r"));
+    ASSERT_TRUE(WaitFor(10s, [&] { return fs::exists(pidFile); })) << runtime->Stderr();
+    const int target = std::atoi(testsupport::ReadFileBytes(pidFile).c_str());
+    runtime->Signal(SIGTERM);
+    EXPECT_TRUE(runtime->WaitExit(5s).has_value()) << runtime->Stderr();
+    if (target > 0)
+        ::kill(target, SIGTERM);
 }
 
 TEST_F(X11Typing, AStartedTargetNeverSharesCorvanesStandardStreams) {
