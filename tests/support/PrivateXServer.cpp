@@ -1,18 +1,37 @@
 #include "support/PrivateXServer.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 namespace testsupport {
 
 namespace {
+
 constexpr const char* Xvfb = "/usr/bin/Xvfb";
+
+// True when an X server accepts connections on display n. The socket and
+// lock file that a killed server leaves behind do not count: Xvfb takes such
+// a number over.
+bool DisplayListening(int n) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/tmp/.X11-unix/X%d", n);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return false;
+    const bool listening =
+        ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    return listening;
 }
+
+} // namespace
 
 bool PrivateXServer::Available() {
     return ::access(Xvfb, X_OK) == 0;
@@ -22,14 +41,13 @@ PrivateXServer::PrivateXServer() {
     // Tests run in parallel: a server that lost the race for a display
     // number exits at once, and the next number is tried.
     for (int n = 100 + static_cast<int>(::getpid() % 400); n < 600; ++n) {
-        const std::string socket = "/tmp/.X11-unix/X" + std::to_string(n);
-        if (fs::exists(socket) || fs::exists("/tmp/.X" + std::to_string(n) + "-lock"))
+        if (DisplayListening(n))
             continue;
         display_ = ":" + std::to_string(n);
         xvfb_ = std::make_unique<ChildProcess>(
             std::vector<std::string>{Xvfb, display_, "-nolisten", "tcp"});
         const bool up =
-            WaitFor(10s, [&] { return fs::exists(socket) || xvfb_->WaitExit(0ms).has_value(); });
+            WaitFor(10s, [&] { return DisplayListening(n) || xvfb_->WaitExit(0ms).has_value(); });
         if (up && !xvfb_->WaitExit(300ms).has_value())
             break;
         xvfb_.reset();
@@ -39,8 +57,12 @@ PrivateXServer::PrivateXServer() {
 }
 
 PrivateXServer::~PrivateXServer() {
-    if (xvfb_)
+    // Given the time to remove its socket and lock file, the server leaves
+    // its display number free for the next test.
+    if (xvfb_) {
         xvfb_->Signal(SIGTERM);
+        xvfb_->WaitExit(5s);
+    }
     xvfb_.reset();
     ::unsetenv("DISPLAY");
 }
