@@ -58,13 +58,18 @@ int CmdRun(int argc, char** argv, const Args& args) {
                    stderr);
         return 2;
     }
+    if (options->testMode) {
+        if (options->headless) {
+            std::fputs("corvane: --test opens the Port Test window; it has no headless form "
+                       "(corvane analyze listens without a window)\n",
+                       stderr);
+            return 2;
+        }
+        return RunPortTest(argc, argv, options->file, options->portPath);
+    }
     if (!options->headless) {
         ReportMessage("corvane", "the runtime window is not available in this version; "
                                  "run with --headless");
-        return 1;
-    }
-    if (options->testMode) {
-        ReportMessage("corvane", "the port analyzer (--test) is not available in this version");
         return 1;
     }
     QCoreApplication application(argc, argv);

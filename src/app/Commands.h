@@ -3,6 +3,7 @@
 // follow its name and returns the exit status: 0 success, 1 a refused or
 // failed operation (message on standard error), 2 a usage error.
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,10 @@ int CmdRun(int argc, char** argv, const Args& args); // run [--virtual|--test] [
 int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke|watch ...
 int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
 int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
+
+// The Port Test window (`run --test`); the exit status.
+int RunPortTest(int argc, char** argv, const std::string& file,
+                const std::optional<std::string>& portPath);
 
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);

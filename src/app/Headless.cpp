@@ -1,6 +1,7 @@
 #include "app/Headless.h"
 
 #include "app/Commands.h"
+#include "config/ConfigFile.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -32,6 +33,21 @@ void PumpEvents(int maxWaitMs) {
     QEventLoop idle;
     QTimer::singleShot(maxWaitMs, &idle, [] {});
     idle.processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+bool LoadActivationFile(config::Config& cfg, const std::string& file,
+                        config::MessageSink& messages) {
+    const int check = config::CheckConfigFile(file, messages);
+    if (check == -3 || check == -2) {
+        messages.Show({"Cannot read the configuration file " + file, "Corvane File Error",
+                       config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        return false;
+    }
+    if (check < 0)
+        return false;
+    config::LoadConfigFile(cfg, file, messages, true);
+    cfg.ConfigFileName = file;
+    return true;
 }
 
 namespace {

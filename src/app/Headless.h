@@ -2,6 +2,7 @@
 // Pieces of the headless runtime: messages on standard error, waits that
 // run the Qt event loop, and SIGINT / SIGTERM turned into an event of it.
 
+#include "config/Config.h"
 #include "config/MessageSink.h"
 
 #include <QObject>
@@ -9,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace app {
 
@@ -25,6 +27,11 @@ public:
 // sleeps until the next one arrives (a signal, a bus message, a timer) or
 // maxWaitMs pass.
 void PumpEvents(int maxWaitMs);
+
+// Reads the configuration a runtime (or the Port Test window) activates;
+// false, after the message, when it cannot be read or is none.
+bool LoadActivationFile(config::Config& cfg, const std::string& file,
+                        config::MessageSink& messages);
 
 // Calls onSignal (once per signal received) from the event loop when SIGINT
 // or SIGTERM arrives. One instance per process; the handlers are restored to

@@ -43,16 +43,8 @@ HeadlessRuntime::~HeadlessRuntime() {
 }
 
 bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
-    int check = config::CheckConfigFile(file, messages_);
-    if (check == -3 || check == -2) {
-        messages_.Show({"Cannot read the configuration file " + file, "Corvane File Error",
-                        config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+    if (!LoadActivationFile(cfg_, file, messages_))
         return false;
-    }
-    if (check < 0)
-        return false;
-    config::LoadConfigFile(cfg_, file, messages_, true);
-    cfg_.ConfigFileName = file;
     locale_ = engine::ReadProcessLocale();
 
     if (options.virtualDevice) {

@@ -23,7 +23,9 @@ namespace {
 constexpr const char* Usage =
     R"(Usage:
   corvane run [--virtual|--test] [--headless] [--port PATH] FILE
-                                      activate FILE at once
+                                      activate FILE at once; --test opens the Port Test
+                                      window on its port instead (an analysis accepted
+                                      there is written into FILE)
   corvane config new FILE             write a fresh default configuration
   corvane config dump FILE            print every setting of FILE as JSON
   corvane config build JSON FILE      write FILE from JSON (missing settings keep defaults)

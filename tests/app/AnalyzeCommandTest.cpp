@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -88,4 +90,27 @@ TEST(AnalyzeCommand, NothingReceivedOrNoConfigurationChangesNothing) {
         argv.insert(argv.end(), args.begin(), args.end());
         EXPECT_EQ(RunProgram(argv).exitCode, 2) << args.back();
     }
+}
+
+TEST(PortTestCommand, TheWindowOpensOnThePortAndATermSignalClosesIt) {
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    TempDir dir;
+    testsupport::PseudoTerminal pty;
+    const fs::path qx3 = testsupport::BuildConfigFile(dir, "test", R"({"TransferMode": 2})");
+    ChildProcess window({CORVANE_BINARY, "run", "--test", "--port", pty.slaveName(), qx3.string()});
+    auto holdsPort = [&] {
+        std::error_code ec;
+        for (const auto& fd : fs::directory_iterator("/proc/" + std::to_string(window.pid()) + "/fd", ec))
+            if (fs::read_symlink(fd.path(), ec) == pty.slaveName())
+                return true;
+        return false;
+    };
+    ASSERT_TRUE(WaitFor(10s, holdsPort)) << window.Stderr();
+    window.Signal(SIGTERM);
+    EXPECT_EQ(window.WaitExit(10s), 0) << window.Stderr();
+
+    auto headless = RunProgram({CORVANE_BINARY, "run", "--test", "--headless", qx3.string()});
+    EXPECT_EQ(headless.exitCode, 2);
+    EXPECT_NE(headless.err.find("corvane analyze"), std::string::npos) << headless.err;
+    ::unsetenv("QT_QPA_PLATFORM");
 }
