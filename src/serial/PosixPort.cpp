@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <grp.h>
@@ -15,6 +16,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <termios.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -138,9 +140,14 @@ public:
         // The low time is 155 ms although the caption says 100 ms; the wait
         // blocks by design, as the line must not be left low.
         SetDTR(false);
-        std::int32_t start = clock_.TickCount();
-        while (static_cast<std::int32_t>(static_cast<std::uint32_t>(clock_.TickCount()) -
-                                         static_cast<std::uint32_t>(start)) < 155) {
+        // Asleep, not spinning: the wait needs no processor.
+        const std::int32_t start = clock_.TickCount();
+        while (true) {
+            const std::int32_t elapsed = static_cast<std::int32_t>(
+                static_cast<std::uint32_t>(clock_.TickCount()) - static_cast<std::uint32_t>(start));
+            if (elapsed >= 155 || elapsed < 0)
+                break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(155 - elapsed));
         }
         SetDTR(true);
     }

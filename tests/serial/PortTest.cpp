@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
 #include <thread>
 #include <unistd.h>
 
@@ -225,4 +226,21 @@ TEST(PosixPort, AQuietPortIsNotLostButAClosedOtherEndIs) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     EXPECT_TRUE(port->IsLost());
+}
+
+TEST(PosixPort, ADtrPulseWaitsAsleep) {
+    testsupport::PseudoTerminal pty;
+    config::Config cfg;
+    config::RecordingMessageSink messages;
+    engine::PosixClock clock;
+    auto port = OpenPosixPort(cfg, pty.slaveName(), messages, clock);
+    ASSERT_TRUE(port);
+    // The pulse holds DTR low for 155 ms by the clock; the processor time it
+    // takes shows whether it slept or spun through them.
+    const std::clock_t cpuBefore = std::clock();
+    const std::int32_t before = clock.TickCount();
+    port->PulseDTR();
+    EXPECT_GE(clock.TickCount() - before, 155);
+    EXPECT_LT(std::clock() - cpuBefore, CLOCKS_PER_SEC / 20) << "the pulse spun";
+    port->ClosePort();
 }
