@@ -87,9 +87,21 @@ int CmdKeys(const Args& args) {
     }
     if (title) {
         output::X11WindowSystem windows(x11->display());
-        if (!output::ActivateTargetApp(*title, windows).window) {
+        output::Activation activation = output::ActivateTargetApp(*title, windows);
+        output::WindowId target = activation.window;
+        if (!target) {
             std::cerr << "corvane keys: no window's caption contains \"" << *title << "\"\n";
             return 1;
+        }
+        if (!windows.FocusIsIn(target)) {
+            if (!activation.requested)
+                windows.Activate(target);
+            if (output::WaitUntilInFront(windows, target, clock, sleep) !=
+                output::FrontWait::InFront) {
+                std::cerr << "corvane keys: the window \"" << windows.Caption(target)
+                          << "\" did not come to the front; nothing was typed\n";
+                return 1;
+            }
         }
     }
     output::KeySender sender(*x11, clock, sleep);

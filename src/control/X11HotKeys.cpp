@@ -1,5 +1,6 @@
 #include "control/X11HotKeys.h"
 
+#include "output/X11ErrorTrap.h"
 #include "output/X11Keyboard.h"
 
 #include <QSocketNotifier>
@@ -14,56 +15,6 @@
 namespace control {
 
 namespace {
-
-// Xlib reports a refused grab (BadAccess) only to its error handler, and
-// that handler is one function pointer for the whole process; the default
-// one ends the program. So around each grab, and only then, the handler is
-// this trap: the grabs are sent and awaited with XSync while it is
-// installed, it notes the first error of that connection in the trap that
-// activeTrap points to, hands errors of any other connection to the handler
-// it replaced, and the replaced handler is put back before the grab returns.
-struct GrabTrap {
-    Display* dpy;
-    XErrorHandler previous;
-    int error = 0;
-};
-GrabTrap* activeTrap = nullptr;
-
-extern "C" int TrapGrabError(Display* dpy, XErrorEvent* event) {
-    GrabTrap* trap = activeTrap;
-    if (trap && dpy == trap->dpy) {
-        if (trap->error == 0)
-            trap->error = event->error_code;
-        return 0;
-    }
-    return trap && trap->previous ? trap->previous(dpy, event) : 0;
-}
-
-// Installs the trap for one grab; Sync() waits for the server's answers.
-class ScopedGrabTrap {
-public:
-    explicit ScopedGrabTrap(Display* dpy) : trap_{dpy, nullptr} {
-        XSync(dpy, False); // errors of earlier requests go where they always went
-        trap_.previous = XSetErrorHandler(TrapGrabError);
-        activeTrap = &trap_;
-    }
-    ~ScopedGrabTrap() {
-        XSync(trap_.dpy, False);
-        activeTrap = nullptr;
-        XSetErrorHandler(trap_.previous);
-    }
-    ScopedGrabTrap(const ScopedGrabTrap&) = delete;
-    ScopedGrabTrap& operator=(const ScopedGrabTrap&) = delete;
-
-    // The first error code since the trap was set, 0 when none.
-    int Sync() {
-        XSync(trap_.dpy, False);
-        return trap_.error;
-    }
-
-private:
-    GrabTrap trap_;
-};
 
 // The modifiers that tell one hot key from another: Shift, Ctrl and the five
 // ModN masks (Alt among them). Mouse buttons and the keyboard group are not.
@@ -123,7 +74,7 @@ std::vector<unsigned> X11HotKeys::Variants(unsigned mods) const {
 
 bool X11HotKeys::Grab(unsigned keycode, unsigned mods) {
     const Window root = DefaultRootWindow(dpy_);
-    ScopedGrabTrap trap(dpy_);
+    output::ScopedX11ErrorTrap trap(dpy_);
     for (unsigned v : Variants(mods))
         XGrabKey(dpy_, static_cast<int>(keycode), v, root, False, GrabModeAsync, GrabModeAsync);
     if (trap.Sync() == 0)

@@ -282,7 +282,27 @@ bool KeySender::Play(const std::vector<std::uint16_t>& queue, long interCharDela
     int vk = 0;
     bool release = false;
     bool going = true;
-    while (source.NextKeyEvent(vk, release)) {
+    int nextVk = 0;
+    bool nextRelease = false, peeked = false;
+    auto next = [&] {
+        if (!peeked)
+            return source.NextKeyEvent(vk, release);
+        vk = nextVk;
+        release = nextRelease;
+        peeked = false;
+        return true;
+    };
+    while (next()) {
+        // Without pauses, Shift released and pressed again at once ("AB")
+        // stays down instead: the target gets the same characters, with one
+        // press fewer that would have to wait for the server's clock to move
+        // on. (Ctrl is left alone: "{BREAK 2}" taps it on purpose.)
+        if (release && interCharDelay == 0 && vk == VkShift &&
+            source.NextKeyEvent(nextVk, nextRelease)) {
+            if (nextVk == vk && !nextRelease)
+                continue;
+            peeked = true;
+        }
         if (vk != 0xFF)
             keyboard_.KeyEvent(vk, release);
         if (!going)

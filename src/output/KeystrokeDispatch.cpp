@@ -37,7 +37,9 @@ bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
     return true;
 }
 
-void KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildRecordText) {
+bool KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildRecordText) {
+    // Every earlier switch has completed (or was given up), so the window in
+    // front now is the user's own.
     WindowId returnWindow = windows_.ForegroundWindow();
     Activation activation;
     WindowId target = 0;
@@ -50,14 +52,44 @@ void KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildR
     }
     std::string text = buildRecordText();
     if (launchFailed)
-        return;
+        return true;
+    if (target && !windows_.FocusIsIn(target)) {
+        // The top window is taken to be in front; when the focus is
+        // elsewhere after all, it is asked for like any other.
+        if (!activation.requested)
+            windows_.Activate(target);
+        if (FrontWait wait = WaitUntilInFront(windows_, target, clock_, pump_);
+            wait != FrontWait::InFront) {
+            if (wait == FrontWait::TimedOut && reportedTargets_.insert(target).second)
+                messages_.Show({"Cannot Activate Window: " + windows_.Caption(target) +
+                                    "\rThe window did not come to the front within " +
+                                    std::to_string(FrontWaitMs / 1000) +
+                                    " seconds, so nothing was typed into it.",
+                                "", config::MessageIcon::Exclamation,
+                                config::MessageButtons::Ok});
+            if (activation.TargetWasIconic)
+                windows_.Minimize(target);
+            if (returnWindow != target)
+                Return(returnWindow, true);
+            return false;
+        }
+    }
     if (ownWindow != 0 && windows_.ForegroundWindow() == ownWindow)
-        return; // the runtime's own window is in front: nothing is typed
+        return true; // the runtime's own window is in front: nothing is typed
     sender_.SimSendKeys(text, cfg_.InterCharDelay);
     if (activation.TargetWasIconic && target)
         windows_.Minimize(target);
-    if (returnWindow && returnWindow != target)
-        windows_.Activate(returnWindow);
+    if (returnWindow != target)
+        Return(returnWindow, target != 0);
+    return true;
+}
+
+void KeystrokeDispatch::Return(WindowId w, bool wait) {
+    if (w == 0 || windows_.FocusIsIn(w))
+        return;
+    windows_.Activate(w);
+    if (wait)
+        WaitUntilInFront(windows_, w, clock_, pump_);
 }
 
 } // namespace output

@@ -2,6 +2,12 @@
 // The Send Keystrokes delivery: remember the window in front, find (or start)
 // the target application, type the record, minimise the target again if it
 // had to be restored, and bring the first window back.
+//
+// A window manager switches windows some time after it is asked to, so each
+// switch is waited for (at most FrontWaitMs) before anything is typed: keys
+// typed too early land in whatever the user is working on. A target that
+// never gets the focus gets nothing; that is reported once per target
+// window, and the record is not counted.
 
 #include "config/Config.h"
 #include "config/MessageSink.h"
@@ -11,6 +17,7 @@
 #include "output/WindowSystem.h"
 
 #include <functional>
+#include <set>
 
 namespace output {
 
@@ -19,13 +26,16 @@ public:
     KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
                       config::MessageSink& messages, engine::Clock& clock, EventPump pump);
 
-    void DeliverRecord(const std::function<std::string()>& buildRecordText) override;
+    bool DeliverRecord(const std::function<std::string()>& buildRecordText) override;
 
     // The runtime's own window; nothing is typed while it is in front.
     WindowId ownWindow = 0;
 
 private:
     bool Launch(WindowId& target, WindowId& returnWindow);
+    // Brings w back to the front, waiting for the switch when asked to (after
+    // a switch to the target: the next record reads the front window again).
+    void Return(WindowId w, bool wait);
 
     config::Config& cfg_;
     WindowSystem& windows_;
@@ -33,6 +43,7 @@ private:
     config::MessageSink& messages_;
     engine::Clock& clock_;
     EventPump pump_;
+    std::set<WindowId> reportedTargets_; // told once that they could not be brought to the front
 };
 
 } // namespace output

@@ -164,15 +164,22 @@ void RecordDispatch::Deliver() {
     switch (cfg_.TransferMode) {
     case config::SendKeystrokes: {
         ShowFields();
+        const std::string before = state_.RecordNumber;
         IncreaseRecordNumber();
+        const std::string counted = state_.RecordNumber;
         auto build = [this] {
             BuildRecordText();
             return recordText_;
         };
-        if (keystrokes)
-            keystrokes->DeliverRecord(build);
-        else
+        if (!keystrokes) {
             build(); // nowhere to type: the fields are emptied all the same
+        } else if (!keystrokes->DeliverRecord(build) && state_.RecordNumber == counted) {
+            // Not typed: the counter counts delivered records only. Unless
+            // someone set it meanwhile, it goes back to what it was.
+            state_.RecordNumber = before;
+            if (dde)
+                dde->RecordNumberChanged(before);
+        }
         break;
     }
     case config::DdeServer: {

@@ -36,6 +36,7 @@ Activation ActivateTargetApp(const std::string& title, WindowSystem& windows) {
         // Asked before activating: a window manager restores a minimised
         // window as it activates it.
         const bool iconic = windows.IsIconic(all[i]);
+        result.requested = true;
         if (windows.Activate(all[i])) {
             if (iconic) {
                 windows.Restore(all[i]);
@@ -47,6 +48,24 @@ Activation ActivateTargetApp(const std::string& title, WindowSystem& windows) {
         return result;
     }
     return result;
+}
+
+FrontWait WaitUntilInFront(WindowSystem& windows, WindowId w, engine::Clock& clock,
+                           const std::function<bool(int maxWaitMs)>& pump) {
+    // A window manager switches within a few milliseconds; short looks keep
+    // the typing close behind it.
+    constexpr int LookMs = 2;
+    const std::int32_t start = clock.TickCount();
+    while (!windows.FocusIsIn(w)) {
+        // The difference survives the wrap-around of the tick count.
+        const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(clock.TickCount()) -
+                                                       static_cast<std::uint32_t>(start));
+        if (elapsed >= FrontWaitMs || elapsed < 0)
+            return FrontWait::TimedOut;
+        if (pump && !pump(LookMs))
+            return FrontWait::Closing;
+    }
+    return FrontWait::InFront;
 }
 
 } // namespace output

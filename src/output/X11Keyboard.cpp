@@ -1,5 +1,7 @@
 #include "output/X11Keyboard.h"
 
+#include "output/X11ErrorTrap.h"
+
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -8,7 +10,9 @@
 #include <X11/keysym.h>
 
 #include <cctype>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 namespace output {
 
@@ -252,11 +256,28 @@ void X11Keyboard::KeyEvent(int vk, bool release) {
         return;
     KeyCode altGr = level3 ? XKeysymToKeycode(dpy_, XK_ISO_Level3_Shift) : 0;
     if (altGr && !release)
-        XTestFakeKeyEvent(dpy_, altGr, True, CurrentTime);
-    XTestFakeKeyEvent(dpy_, keycode, release ? False : True, CurrentTime);
+        FakeKey(altGr, true);
+    FakeKey(keycode, !release);
     if (altGr && release)
-        XTestFakeKeyEvent(dpy_, altGr, False, CurrentTime);
+        FakeKey(altGr, false);
     XFlush(dpy_);
+}
+
+void X11Keyboard::FakeKey(unsigned keycode, bool press) {
+    keycode &= 0xFF;
+    if (press && usedInThisMs_.test(keycode)) {
+        // The server stamps each event with its millisecond clock, and some
+        // clients (the plain X11 backend of LibreOffice among them) drop a
+        // press of a key that comes in the same millisecond as an earlier
+        // event of that key. Once the server has handled everything sent so
+        // far (XSync) and a millisecond more has passed, every later event is
+        // stamped later than all of them.
+        XSync(dpy_, False);
+        std::this_thread::sleep_for(std::chrono::microseconds(1100));
+        usedInThisMs_.reset();
+    }
+    XTestFakeKeyEvent(dpy_, keycode, press ? True : False, CurrentTime);
+    usedInThisMs_.set(keycode);
 }
 
 bool X11Keyboard::CapsLockOn() {
@@ -296,6 +317,7 @@ std::vector<Window> WindowListProperty(Display* dpy, Window root, Atom property)
 } // namespace
 
 std::vector<WindowId> X11WindowSystem::TopLevelWindows() {
+    ScopedX11ErrorTrap trap(dpy_);
     Window root = DefaultRootWindow(dpy_);
     std::vector<Window> list =
         WindowListProperty(dpy_, root, Intern(dpy_, "_NET_CLIENT_LIST_STACKING"));
@@ -317,6 +339,7 @@ std::vector<WindowId> X11WindowSystem::TopLevelWindows() {
 }
 
 std::string X11WindowSystem::Caption(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     Atom type;
     int format;
     unsigned long count = 0, after = 0;
@@ -351,6 +374,7 @@ WindowId X11WindowSystem::ForegroundWindow() {
 }
 
 bool X11WindowSystem::Activate(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     Window root = DefaultRootWindow(dpy_);
     Atom active = Intern(dpy_, "_NET_ACTIVE_WINDOW");
     if (!WindowListProperty(dpy_, root, Intern(dpy_, "_NET_CLIENT_LIST_STACKING")).empty()) {
@@ -370,7 +394,58 @@ bool X11WindowSystem::Activate(WindowId w) {
     return true;
 }
 
+namespace {
+
+// The child of the root window that holds w (w itself for an unframed
+// window, the frame a window manager put around it otherwise), or 0.
+Window TopAncestor(Display* dpy, Window w) {
+    const Window root = DefaultRootWindow(dpy);
+    while (w != 0 && w != root) {
+        Window rootReturn = 0, parent = 0, *children = nullptr;
+        unsigned count = 0;
+        if (!XQueryTree(dpy, w, &rootReturn, &parent, &children, &count))
+            return 0;
+        if (children)
+            XFree(children);
+        if (parent == root)
+            return w;
+        w = parent;
+    }
+    return 0;
+}
+
+} // namespace
+
+bool X11WindowSystem::FocusIsIn(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
+    const Window root = DefaultRootWindow(dpy_);
+    if (!WindowListProperty(dpy_, root, Intern(dpy_, "_NET_CLIENT_LIST_STACKING")).empty()) {
+        std::vector<Window> active = WindowListProperty(dpy_, root, Intern(dpy_, "_NET_ACTIVE_WINDOW"));
+        if (active.empty() || active[0] != w)
+            return false;
+    }
+    Window focus = 0;
+    int revert = 0;
+    XGetInputFocus(dpy_, &focus, &revert);
+    if (focus == PointerRoot) {
+        // Keys go to the window under the pointer.
+        Window rootReturn = 0, child = 0;
+        int rx, ry, wx, wy;
+        unsigned mask;
+        if (!XQueryPointer(dpy_, root, &rootReturn, &child, &rx, &ry, &wx, &wy, &mask))
+            return false;
+        focus = child;
+    }
+    if (focus == None)
+        return false;
+    // The focus may sit on a window inside the client or on the frame that a
+    // window manager put around it: both share the client's top ancestor.
+    const Window top = TopAncestor(dpy_, w);
+    return top != 0 && TopAncestor(dpy_, focus) == top;
+}
+
 bool X11WindowSystem::IsIconic(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     Atom wmState = Intern(dpy_, "WM_STATE");
     Atom type;
     int format;
@@ -387,16 +462,19 @@ bool X11WindowSystem::IsIconic(WindowId w) {
 }
 
 void X11WindowSystem::Restore(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     XMapRaised(dpy_, w);
     XSync(dpy_, False);
 }
 
 void X11WindowSystem::Show(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     XMapWindow(dpy_, w);
     XSync(dpy_, False);
 }
 
 void X11WindowSystem::Minimize(WindowId w) {
+    ScopedX11ErrorTrap trap(dpy_);
     XIconifyWindow(dpy_, w, DefaultScreen(dpy_));
     XSync(dpy_, False);
 }

@@ -7,6 +7,7 @@
 #include "output/Keyboard.h"
 #include "output/WindowSystem.h"
 
+#include <bitset>
 #include <map>
 #include <memory>
 #include <utility>
@@ -43,15 +44,23 @@ private:
     unsigned KeycodeForVk(int vk, bool& level3);
     // The keycode of the key the keyboard description names so ("FK13"), or 0.
     unsigned KeycodeOfKeyName(const char* name);
+    // Sends one key event; a press of a key that was pressed or released
+    // since the last pause first waits until the server's clock has moved
+    // on, so that no press shares a server timestamp with an earlier event
+    // of its key.
+    void FakeKey(unsigned keycode, bool press);
 
     Display* dpy_;
     std::map<int, std::pair<unsigned, bool>> byVk_; // allocated vk -> (keycode, AltGr)
     std::map<std::pair<unsigned, bool>, int> vkByKey_;
     int nextVk_ = 0;
+    std::bitset<256> usedInThisMs_; // keycodes pressed or released since the last pause
 };
 
 // Top-level windows of the X server: the window manager's stacking list when
-// there is one, else the root window's children.
+// there is one, else the root window's children. Every call that names a
+// window runs under an X error trap: the window may have closed since it was
+// found, and that must not end the program.
 class X11WindowSystem : public WindowSystem {
 public:
     explicit X11WindowSystem(Display* dpy) : dpy_(dpy) {}
@@ -59,6 +68,7 @@ public:
     std::string Caption(WindowId w) override;
     WindowId ForegroundWindow() override;
     bool Activate(WindowId w) override;
+    bool FocusIsIn(WindowId w) override;
     bool IsIconic(WindowId w) override;
     void Restore(WindowId w) override;
     void Show(WindowId w) override;

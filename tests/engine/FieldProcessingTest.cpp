@@ -165,8 +165,10 @@ TEST(RecordDispatch, LogPathsAndTheRecordCounter) {
 TEST(RecordDispatch, KeystrokeModeShowsCountsAndHandsTheTextToTheSender) {
     struct Recorder : output::KeystrokeDelivery {
         std::vector<std::string> texts;
-        void DeliverRecord(const std::function<std::string()>& build) override {
+        bool typed = true;
+        bool DeliverRecord(const std::function<std::string()>& build) override {
             texts.push_back(build());
+            return typed;
         }
     } recorder;
     config::Config cfg;
@@ -189,6 +191,14 @@ TEST(RecordDispatch, KeystrokeModeShowsCountsAndHandsTheTextToTheSender) {
     EXPECT_EQ(state.FieldText[1], "1");
     EXPECT_EQ(state.RecordNumber, "1");
     EXPECT_EQ(state.FieldValue[3].ToText(locale), "");
+
+    // A record the target could not take is shown but not counted.
+    recorder.typed = false;
+    state.FieldValue[1] = Value::Text("3");
+    dispatch.Deliver();
+    EXPECT_EQ(recorder.texts.size(), 2u);
+    EXPECT_EQ(state.FieldText[1], "3");
+    EXPECT_EQ(state.RecordNumber, "1");
 }
 
 TEST(FieldProcessing, FilterInputCharGivesWhatAppendingAdds) {

@@ -8,7 +8,9 @@ using namespace output;
 namespace {
 
 // Windows in stacking order; activation brings a window to the top and, as a
-// window manager does, restores it when it was minimised.
+// window manager does, restores it when it was minimised. The focus follows
+// the top window, focusLag looks at it after the activation, or never with
+// refuseFocus.
 class FakeWindows : public WindowSystem {
 public:
     struct Win {
@@ -20,6 +22,11 @@ public:
     std::vector<std::string> calls;
     std::string startError = "No such file or directory";
     int foregroundLooks = 0;
+    WindowId focus = 0; // 0: the top window holds the focus
+    int focusLag = 0;
+    bool refuseFocus = false;
+
+    WindowId Front() const { return focus ? focus : (stack.empty() ? 0 : stack.front().id); }
 
     std::vector<WindowId> TopLevelWindows() override {
         std::vector<WindowId> ids;
@@ -30,10 +37,24 @@ public:
     std::string Caption(WindowId w) override { return Find(w).caption; }
     WindowId ForegroundWindow() override {
         ++foregroundLooks;
-        return stack.empty() ? 0 : stack.front().id;
+        return Front();
+    }
+    bool FocusIsIn(WindowId w) override {
+        if (pending_ && --lagLeft_ <= 0) {
+            focus = 0;
+            pending_ = 0;
+        }
+        return Front() == w;
     }
     bool Activate(WindowId w) override {
         calls.push_back("activate " + std::to_string(w));
+        if (refuseFocus || focusLag > 0) {
+            focus = Front();
+            pending_ = refuseFocus ? 0 : w;
+            lagLeft_ = focusLag;
+        } else {
+            focus = 0;
+        }
         for (std::size_t i = 0; i < stack.size(); ++i)
             if (stack[i].id == w) {
                 Win win = stack[i];
@@ -56,6 +77,8 @@ public:
     }
 
 private:
+    WindowId pending_ = 0;
+    int lagLeft_ = 0;
     Win& Find(WindowId w) {
         for (auto& win : stack)
             if (win.id == w)
@@ -63,6 +86,17 @@ private:
         static Win none{0, "", false};
         return none;
     }
+};
+
+// Records which window had the focus at each key event.
+struct WatchedKeyboard : UsKeyboard {
+    explicit WatchedKeyboard(FakeWindows& w) : windows(w) {}
+    void KeyEvent(int vk, bool release) override {
+        UsKeyboard::KeyEvent(vk, release);
+        into.push_back(windows.Front());
+    }
+    FakeWindows& windows;
+    std::vector<WindowId> into;
 };
 
 } // namespace
@@ -181,4 +215,73 @@ TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
         EXPECT_TRUE(built);
         EXPECT_TRUE(keyboard.events.empty());
     }
+}
+
+TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGetsItBack) {
+    FakeWindows windows;
+    windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
+    windows.focusLag = 5;
+    config::Config cfg;
+    cfg.TargetAppTitle = "balance";
+    WatchedKeyboard keyboard(windows);
+    PumpedClock clock;
+    KeySender sender(keyboard, clock, clock.Pump());
+    config::RecordingMessageSink messages;
+    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+    for (int record = 0; record < 2; ++record) {
+        EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("12"); }));
+        EXPECT_EQ(windows.Front(), 1u) << "the switch back is complete before the next record";
+    }
+    EXPECT_EQ(keyboard.into, std::vector<WindowId>(8, 2));
+    EXPECT_EQ(windows.calls, (std::vector<std::string>{"activate 2", "show 2", "activate 1",
+                                                       "activate 2", "show 2", "activate 1"}));
+    EXPECT_TRUE(messages.shown.empty());
+
+    // A target on top of the stack without the focus is asked for as well.
+    windows.calls.clear();
+    windows.stack = {{2, "Balance Log"}, {1, "Mail"}};
+    windows.focus = 1;
+    EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("3"); }));
+    EXPECT_EQ(keyboard.into.back(), 2u);
+    EXPECT_EQ(windows.calls.front(), "activate 2");
+}
+
+TEST(TargetApplication, ATargetThatNeverGetsTheFocusGetsNothingAndIsReportedOnce) {
+    FakeWindows windows;
+    windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
+    windows.refuseFocus = true;
+    config::Config cfg;
+    cfg.TargetAppTitle = "balance";
+    WatchedKeyboard keyboard(windows);
+    PumpedClock clock;
+    KeySender sender(keyboard, clock, clock.Pump());
+    config::RecordingMessageSink messages;
+    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+    bool built = false;
+    for (int record = 0; record < 3; ++record)
+        EXPECT_FALSE(dispatch.DeliverRecord([&] {
+            built = true;
+            return std::string("1");
+        }));
+    EXPECT_TRUE(built); // the fields are emptied all the same
+    EXPECT_TRUE(keyboard.into.empty());
+    ASSERT_EQ(messages.shown.size(), 1u);
+    EXPECT_EQ(messages.shown[0].text.rfind("Cannot Activate Window: Balance Log\r", 0), 0u)
+        << messages.shown[0].text;
+    // Each record gave up after the bound, not sooner and not much later.
+    EXPECT_GE(clock.ticks, 3 * FrontWaitMs);
+    EXPECT_LE(clock.ticks, 3 * FrontWaitMs + 100);
+    EXPECT_EQ(windows.Front(), 1u);
+
+    // Closing ends the wait at once, and that is no failure to report.
+    FakeWindows other;
+    other.stack = {{1, "Mail"}, {3, "Balance Log"}};
+    other.refuseFocus = true;
+    PumpedClock closing;
+    closing.closingAt = 3;
+    config::RecordingMessageSink quiet;
+    KeystrokeDispatch closingDispatch(cfg, other, sender, quiet, closing, closing.Pump());
+    EXPECT_FALSE(closingDispatch.DeliverRecord([] { return std::string("1"); }));
+    EXPECT_EQ(closing.pumps, 3);
+    EXPECT_TRUE(quiet.shown.empty());
 }

@@ -37,15 +37,39 @@ protected:
         ASSERT_TRUE(xserver->started()) << "no Xvfb could be started";
     }
     void TearDown() override {
+        front.reset();
         recorder.reset();
+        windowManager.reset();
         xserver.reset();
     }
-    // Starts the recording client and waits until its window is mapped.
-    void StartRecorder(const std::string& title) {
+    // Starts a recording client into file and waits until its window is mapped.
+    static std::unique_ptr<ChildProcess> Recorder(const std::string& title, const fs::path& file,
+                                                  bool strict) {
+        std::vector<std::string> argv{KEY_RECORDER, title, file.string()};
+        if (strict)
+            argv.push_back("--strict");
+        auto child = std::make_unique<ChildProcess>(argv);
+        EXPECT_TRUE(WaitFor(10s, [&] { return testsupport::ReadFileBytes(file) == "<ready>"; }))
+            << title << ": " << testsupport::ReadFileBytes(file);
+        return child;
+    }
+    // The recording client that the tests type into, as typed.
+    void StartRecorder(const std::string& title, bool strict = false) {
         typed = dir.path / "typed.txt";
-        recorder = std::make_unique<ChildProcess>(
-            std::vector<std::string>{KEY_RECORDER, title, typed.string()});
-        ASSERT_TRUE(WaitFor(10s, [&] { return testsupport::ReadFileBytes(typed) == "<ready>"; }));
+        recorder = Recorder(title, typed, strict);
+    }
+    // Starts openbox and waits until it manages the screen.
+    void StartWindowManager() {
+        windowManager = std::make_unique<ChildProcess>(std::vector<std::string>{"/usr/bin/openbox"});
+        ASSERT_TRUE(WaitFor(10s, [] {
+            auto r = RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"});
+            return r.out.find("window id") != std::string::npos;
+        })) << windowManager->Stderr();
+    }
+    // The caption of the window with the input focus.
+    static std::string Focused() {
+        auto r = RunProgram({"/usr/bin/xdotool", "getwindowfocus", "getwindowname"});
+        return r.out.substr(0, r.out.find('\n'));
     }
     std::string Typed() const {
         std::string s = testsupport::ReadFileBytes(typed);
@@ -63,7 +87,9 @@ protected:
     }
 
     std::unique_ptr<testsupport::PrivateXServer> xserver;
+    std::unique_ptr<ChildProcess> windowManager;
     std::unique_ptr<ChildProcess> recorder;
+    std::unique_ptr<ChildProcess> front; // a window the user works in
     TempDir dir;
     fs::path typed;
 };
@@ -80,6 +106,17 @@ TEST_F(X11Typing, TypesTextShiftedCharactersAndKeysIntoTheWindowFoundByTitle) {
     auto missing = Keys("x", "no such window");
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("no such window"), std::string::npos);
+}
+
+TEST_F(X11Typing, NoTwoPressesOfOneKeyShareAServerMillisecond) {
+    // Without a pause between keys a client that drops same-millisecond
+    // repeats would lose every doubled character here.
+    StartRecorder("Strict Recorder", true);
+    const std::string text = "1111 2222 aaAA 100.00 11.11 ((~~))";
+    auto r = Keys(text, "strict recorder");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed() == "1111 2222 aaAA 100.00 11.11 \n\n"; }))
+        << Typed();
 }
 
 TEST_F(X11Typing, CapsLockIsTurnedOffForTheSendAndBackOnAfter) {
@@ -215,4 +252,36 @@ TEST_F(X11Typing, VirtualKeysMapToKeycodesAndBack) {
     }
     int at = keyboard->VkKeyScan('@') & 0xFF;
     EXPECT_EQ(keyboard->VirtualKeyFor(keyboard->KeycodeFor(at)), at);
+}
+
+TEST_F(X11Typing, RecordsGoOnlyIntoTheTargetAndTheUsersWindowGetsTheFocusBack) {
+    // A spreadsheet-like target that drops same-millisecond repeats, and the
+    // user's own window in front when the records start to arrive.
+    StartWindowManager();
+    StartRecorder("Sheet Recorder", true);
+    const fs::path frontTyped = dir.path / "front.txt";
+    front = Recorder("Mail Recorder", frontTyped, false);
+    ASSERT_TRUE(WaitFor(5s, [] { return Focused() == "Mail Recorder"; })) << Focused();
+
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "sheet recorder";
+    cfg["InterCharDelay"] = 0;
+    testsupport::PseudoTerminal pty;
+    auto runtime = RunOnPty(cfg, "sheet", pty);
+    std::string records, expected;
+    for (int i = 1; i <= 200; ++i) {
+        char record[64];
+        std::snprintf(record, sizeof record, "%03d 11.11 100.00 %d%d", i, i % 10, i % 10);
+        records += std::string(record) + "\r";
+        expected += std::string(record) + "\n";
+    }
+    ASSERT_TRUE(pty.Write(records));
+    EXPECT_TRUE(WaitFor(60s, [&] { return Typed().size() >= expected.size(); }));
+    EXPECT_EQ(Typed(), expected) << runtime->Stderr();
+    EXPECT_EQ(testsupport::ReadFileBytes(frontTyped), "<ready>");
+    EXPECT_TRUE(WaitFor(3s, [] { return Focused() == "Mail Recorder"; })) << Focused();
+    EXPECT_EQ(runtime->Stderr().find("Cannot Activate"), std::string::npos) << runtime->Stderr();
+    runtime->Signal(SIGTERM);
+    EXPECT_TRUE(runtime->WaitExit(5s).has_value());
 }
