@@ -76,6 +76,23 @@ balance_dde = {
     "DdeCmdText": "",
 }
 
+meter_sheet = {
+    # The climate meter typed into a spreadsheet, one row per line: the
+    # temperature converted to Fahrenheit, humidity and pressure as sent, a
+    # Tab after the first two fields. The line's own carriage return stays in
+    # the last field (its filter "C" keeps every character) and is typed as
+    # Enter, which moves to the next row: no postamble after the last field.
+    "BaudRate": 8, "Parity": 0, "DataBits": 3, "StopBits": 0,
+    "TransferMode": 0,
+    "StartOfRecordEvent": 2, "EndOfRecordEvent": 0,
+    "RecordStructure": 1, "NumFields": 3, "DelimiterChar": ",",
+    "FieldFilter": fields({1: "N"}, "C"),
+    "FieldExpression": fields({1: "field(1)*9/5+32"}, ""),
+    "FieldFormat": fields({1: "0.0"}, ""),
+    "FieldPostamble": fields({1: "{TAB}", 2: "{TAB}"}, ""),
+    "TargetAppTitle": "LibreOffice Calc", "ActivateTarget": -1, "InterCharDelay": 0,
+}
+
 
 def hot_keys(slots):
     """Slots 0..49 as (HotKeyCode, HotKeyAction, HotKeyData) arrays. A code is
@@ -104,7 +121,8 @@ balance_footswitch = dict(balance, **{
 })
 
 for name, cfg in (("balance", balance), ("barcode", barcode), ("meter", meter),
-                  ("balance-dde", balance_dde), ("balance-footswitch", balance_footswitch)):
+                  ("balance-dde", balance_dde), ("balance-footswitch", balance_footswitch),
+                  ("meter-sheet", meter_sheet)):
     with open(f"{name}.json", "w") as f:
         json.dump(cfg, f, indent=1)
         f.write("\n")
