@@ -7,6 +7,7 @@
 
 #include "analyzer/InputAnalysis.h"
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "app/Headless.h"
 #include "config/ConfigFile.h"
 #include "engine/PosixClock.h"
@@ -76,9 +77,7 @@ std::string Listen(serial::Port& port, std::chrono::seconds time, const config::
 int CmdAnalyze(const Args& args) {
     const std::optional<AnalyzeOptions> options = ParseAnalyzeOptions(args);
     if (!options) {
-        std::cerr << "Usage: corvane analyze --port PATH [--seconds N] [--apply FILE]\n"
-                     "  (N: 1 to 3600 seconds, 5 unless given)\n";
-        return 2;
+        return UsageError("analyze");
     }
     StderrMessageSink messages;
     config::Config cfg;

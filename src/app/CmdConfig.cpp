@@ -1,6 +1,7 @@
 // `corvane config new|dump|build`: configuration files from the command line.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "app/ConfigJson.h"
 #include "app/Headless.h"
 #include "config/ConfigFile.h"
@@ -15,10 +16,6 @@ namespace app {
 namespace {
 
 using config::Config;
-
-constexpr const char* ConfigUsage = "Usage: corvane config new FILE\n"
-                                    "       corvane config dump FILE\n"
-                                    "       corvane config build JSON FILE\n";
 
 // Values that the dialogs' lists and check boxes cannot produce.
 std::string CheckDomains(const Config& c) {
@@ -149,8 +146,7 @@ int CmdConfig(const Args& args) {
         return Dump(args[1]);
     if (args.size() == 3 && args[0] == "build")
         return Build(args[1], args[2]);
-    std::cerr << ConfigUsage;
-    return 2;
+    return UsageError("config");
 }
 
 } // namespace app

@@ -6,6 +6,7 @@
 // message on standard error says which); 2 on usage errors.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "app/Headless.h"
 #include "control/DbusClient.h"
 #include "control/DdeNames.h"
@@ -20,11 +21,6 @@
 namespace app {
 
 namespace {
-
-constexpr const char* DdeUsage = "Usage: corvane dde execute APP TOPIC COMMAND\n"
-                                 "       corvane dde request APP TOPIC ITEM\n"
-                                 "       corvane dde poke APP TOPIC ITEM TEXT\n"
-                                 "       corvane dde watch APP TOPIC ITEM\n";
 
 // The command line waits longer for an answer than the runtime's own client
 // (which never waits): a busy runtime answers between two ticks.
@@ -100,8 +96,7 @@ int CmdDde(int argc, char** argv, const Args& args) {
     const std::size_t wanted = verb == "poke" ? 5 : 4;
     if ((verb != "execute" && verb != "request" && verb != "poke" && verb != "watch") ||
         args.size() != wanted) {
-        std::fputs(DdeUsage, stderr);
-        return 2;
+        return UsageError("dde");
     }
     QCoreApplication application(argc, argv);
     const std::string& app = args[1];

@@ -2,6 +2,7 @@
 // expression as field processing would run it.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "engine/Expression.h"
 #include "engine/Format.h"
 #include "engine/ProcessLocale.h"
@@ -36,8 +37,7 @@ int CmdEval(const Args& args) {
         }
     }
     if (!expression) {
-        std::cerr << "Usage: corvane eval EXPR [--field N=TEXT]... [--format FMT]\n";
-        return 2;
+        return UsageError("eval");
     }
     engine::Locale locale = engine::ReadProcessLocale();
     engine::Evaluator evaluator(locale);

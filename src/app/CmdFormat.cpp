@@ -2,6 +2,7 @@
 // from the command line.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "engine/DateTimeTokens.h"
 #include "engine/Format.h"
 #include "engine/PosixClock.h"
@@ -55,9 +56,7 @@ int CmdFormat(const Args& args) {
         return 0;
     }
     if (args.size() != 2) {
-        std::cerr << "Usage: corvane format VALUE FMT\n"
-                     "       corvane format --datetime YYYY-MM-DDTHH:MM:SS FMT\n";
-        return 2;
+        return UsageError("format");
     }
     std::cout << engine::FormatValue(engine::Value::Text(args[0]), args[1], locale) << '\n';
     return 0;
@@ -75,8 +74,7 @@ int CmdExpand(const Args& args) {
         return 0;
     }
     if (args.size() != 1) {
-        std::cerr << "Usage: corvane expand TEXT [--now YYYY-MM-DDTHH:MM:SS]\n";
-        return 2;
+        return UsageError("expand");
     }
     engine::PosixClock clock;
     std::cout << engine::ExpandDateTimeTokens(args[0], clock) << '\n';

@@ -6,6 +6,7 @@
 // cannot be found is reported on standard error with status 1.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "engine/PosixClock.h"
 #include "output/KeySender.h"
 #include "output/X11Keyboard.h"
@@ -52,11 +53,10 @@ int CmdKeys(const Args& args) {
         else if (!text)
             text = args[i];
         else
-            text.reset();
+            return UsageError("keys"); // one STRING only (it may begin with "-")
     }
     if (!text) {
-        std::cerr << "Usage: corvane keys [--dry-run] [--window TITLE] [--delay MS] STRING\n";
-        return 2;
+        return UsageError("keys");
     }
     engine::PosixClock clock;
     // Without an event loop, the pauses between keys simply sleep.

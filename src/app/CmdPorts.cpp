@@ -4,6 +4,7 @@
 // "Ports" section of the settings store).
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "config/QtSettingsStore.h"
 #include "serial/PortList.h"
 #include "serial/PosixPort.h"
@@ -111,8 +112,7 @@ int CmdPorts(const Args& args) {
         return ListPorts();
     if (args.size() == 3 && args[0] == "map")
         return MapPort(args[1], args[2]);
-    std::cerr << "Usage: corvane ports\n       corvane ports map COMn DEVICE\n";
-    return 2;
+    return UsageError("ports");
 }
 
 } // namespace app

@@ -5,6 +5,7 @@
 // output.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 #include "app/Headless.h"
 #include "app/HeadlessRuntime.h"
 
@@ -54,9 +55,7 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
 int CmdRun(int argc, char** argv, const Args& args) {
     auto options = ParseRunOptions(args);
     if (!options) {
-        std::fputs("Usage: corvane run [--virtual|--test] [--headless] [--port PATH] FILE\n",
-                   stderr);
-        return 2;
+        return UsageError("run");
     }
     if (options->testMode) {
         if (options->headless) {

@@ -1,6 +1,7 @@
 // corvane: the program entry and its command line.
 
 #include "app/Commands.h"
+#include "app/Help.h"
 
 #include <cstdio>
 #include <cstring>
@@ -18,59 +19,22 @@ void ReportMessage(const std::string& title, const std::string& text) {
 
 } // namespace app
 
-namespace {
-
-constexpr const char* Usage =
-    R"(Usage:
-  corvane run [--virtual|--test] [--headless] [--port PATH] FILE
-                                      activate FILE at once; --test opens the Port Test
-                                      window on its port instead (an analysis accepted
-                                      there is written into FILE)
-  corvane config new FILE             write a fresh default configuration
-  corvane config dump FILE            print every setting of FILE as JSON
-  corvane config build JSON FILE      write FILE from JSON (missing settings keep defaults)
-  corvane eval EXPR [--field N=TEXT]... [--format FMT]
-                                      evaluate a math expression as field processing would
-  corvane format VALUE FMT            apply a display format
-  corvane format --datetime YYYY-MM-DDTHH:MM:SS FMT
-                                      apply a display format to a date and time
-  corvane expand TEXT [--now YYYY-MM-DDTHH:MM:SS]
-                                      expand the date/time tokens of a macro
-  corvane keys [--dry-run] [--window TITLE] STRING
-                                      parse (and type) a keystroke string
-  corvane dde execute APP TOPIC COMMAND
-                                      send a command to a DDE server on the session bus
-  corvane dde request APP TOPIC ITEM  print an item's text
-  corvane dde poke APP TOPIC ITEM TEXT
-                                      set an item's text
-  corvane dde watch APP TOPIC ITEM    print the item's text, then each new one, until
-                                      interrupted
-                                      (a runtime on COM1 is APP Corvane, TOPIC COM1; any
-                                      D-Bus tool works too, for example
-                                      gdbus call --session --dest org.corvane.Corvane.COM1
-                                        --object-path /org/corvane/Dde
-                                        --method org.corvane.Dde1.Execute '{BEEP}')
-  corvane analyze --port PATH [--seconds N] [--apply FILE]
-                                      listen N seconds (5) and propose a record structure;
-                                      --apply writes it into FILE (created if missing)
-  corvane ports                       list the serial devices present and the COM name
-                                      that opens each
-  corvane ports map COMn DEVICE       make COMn open DEVICE (a /dev/serial/by-id name
-                                      stays right when the adapter moves to another socket)
-  corvane --help | --version
-)";
-
-} // namespace
-
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fputs(Usage, stderr);
+        std::fputs(app::OverviewHelp().c_str(), stderr);
         return 2;
     }
     std::string command = argv[1];
     app::Args rest(argv + 2, argv + argc);
     if (command == "--help" || command == "-h" || command == "help") {
-        std::fputs(Usage, stdout);
+        const app::CommandHelp* about = rest.empty() ? nullptr : app::FindCommand(rest[0]);
+        std::fputs(about ? app::CommandHelpText(*about).c_str() : app::OverviewHelp().c_str(),
+                   stdout);
+        return 0;
+    }
+    if (const app::CommandHelp* about = app::FindCommand(command);
+        about && !rest.empty() && (rest[0] == "--help" || rest[0] == "-h")) {
+        std::fputs(app::CommandHelpText(*about).c_str(), stdout);
         return 0;
     }
     if (command == "--version") {
@@ -96,6 +60,7 @@ int main(int argc, char** argv) {
         return app::CmdAnalyze(rest);
     if (command == "ports")
         return app::CmdPorts(rest);
-    std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(), Usage);
+    std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(),
+                 app::OverviewHelp().c_str());
     return 2;
 }

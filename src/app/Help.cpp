@@ -1,0 +1,246 @@
+#include "app/Help.h"
+
+#include <cctype>
+#include <iostream>
+#include <sstream>
+
+namespace app {
+
+const std::vector<CommandHelp>& Commands() {
+    static const std::vector<CommandHelp> commands = {
+        {"run",
+         {"run [--virtual|--test] [--headless] [--port PATH] FILE"},
+         "activate the configuration FILE at once",
+         {"Opens the port of the configuration FILE (a .QX3 file) and runs it: records are "
+          "framed, their fields processed and each record delivered as the configuration says "
+          "(typed as keystrokes, served over D-Bus, or appended to the log file). The D-Bus "
+          "server runs whenever there is a session bus, and the configuration's hot keys are "
+          "active whenever there is an X display. SIGINT and SIGTERM close the runtime in order: "
+          "the settings are saved, the lines are lowered and the port is closed.",
+          "The runtime window is not part of this version: run the runtime with --headless."},
+         {{"--headless", "run without windows; messages go to standard error"},
+          {"--virtual",
+           "use the virtual serial device instead of the port: the instrument's bytes are read "
+           "from standard input and what is sent to the instrument is written to standard "
+           "output; at the end of input the pending records are finished and the program "
+           "exits"},
+          {"--test",
+           "open the Port Test window on the configuration's port instead of running it: see "
+           "every character as it arrives, send characters, pulse DTR, send a BREAK, and "
+           "analyse the input; an accepted analysis is written into FILE"},
+          {"--port PATH",
+           "open PATH (/dev/ttyUSB0, a /dev/serial/by-id name, a pseudo-terminal) instead of "
+           "the device the configuration's COM name is mapped to"}}},
+        {"config",
+         {"config new FILE", "config dump FILE", "config build JSON FILE"},
+         "write, print or build configuration files",
+         {"new writes a configuration with every setting at its default. dump prints every "
+          "setting of FILE as one JSON object whose keys are the setting names; arrays keep "
+          "their full index ranges. build writes FILE from such a JSON object; settings it "
+          "leaves out keep their defaults, and a value outside its setting's range, a number "
+          "beyond its type or a line break in a one-line setting is refused with a message "
+          "that names the setting.",
+          "Strings in JSON map byte n to code point n (Latin-1)."},
+         {}},
+        {"eval",
+         {"eval EXPR [--field N=TEXT]... [--format FMT]"},
+         "evaluate a math expression as field processing would",
+         {"Evaluates EXPR with field(N) holding TEXT for each --field given (fields not given "
+          "are empty) and prints the result, formatted with FMT when --format is given. When "
+          "the expression cannot be evaluated the exit status is 1."},
+         {{"--field N=TEXT", "the value of field N (1 to 40); may be repeated"},
+          {"--format FMT", "a display format such as 0.00, #,##0.0 or Scientific"}}},
+        {"format",
+         {"format VALUE FMT", "format --datetime YYYY-MM-DDTHH:MM:SS FMT"},
+         "apply a display format to a value or a date and time",
+         {"Prints VALUE (a number or text) formatted with the display format FMT, as a field "
+          "format would show it; with --datetime, the date and time given formatted with FMT "
+          "(yyyy-mm-dd hh:nn:ss, Long Date, ...)."},
+         {}},
+        {"expand",
+         {"expand TEXT [--now YYYY-MM-DDTHH:MM:SS]"},
+         "expand the date/time tokens of a preamble or postamble",
+         {"Prints TEXT with its date/time tokens ({YEAR}, {MONTH}, {HOUR}, ...) replaced by the "
+          "current local time, or by the time given with --now."},
+         {{"--now YYYY-MM-DDTHH:MM:SS", "the time to expand the tokens with"}}},
+        {"keys",
+         {"keys [--dry-run] [--window TITLE] [--delay MS] STRING"},
+         "parse and type a keystroke string",
+         {"Types STRING, written in the keystroke notation of the configurations (Total{TAB 2}"
+          "+(abc)~), into the window that has the focus, through XTest on the current keyboard "
+          "layout. The exit status is the parser's code: 0 when STRING parses, 1 to 5 when it "
+          "does not (then nothing is typed); 1 also when the display cannot be opened or the "
+          "window is not found."},
+         {{"--dry-run", "type nothing; print each key event (down VK or up VK) instead"},
+          {"--window TITLE",
+           "first bring the window whose title contains TITLE (any case) to the front, and "
+           "wait until it has the focus"},
+          {"--delay MS", "pause MS milliseconds after every key event"}}},
+        {"dde",
+         {"dde execute APP TOPIC COMMAND", "dde request APP TOPIC ITEM",
+          "dde poke APP TOPIC ITEM TEXT", "dde watch APP TOPIC ITEM"},
+         "talk to a Corvane runtime (or any DDE server) on the D-Bus session bus",
+         {"execute sends COMMAND (such as {BEEP}, {PUSH(Tare)} or {APPEXIT}) to the server of "
+          "APP and TOPIC; request prints an item's text; poke sets it; watch prints the item's "
+          "text, then each new one, until interrupted. A runtime on COM1 is APP Corvane, TOPIC "
+          "COM1 (bus name org.corvane.Corvane.COM1, object /org/corvane/Dde, interface "
+          "org.corvane.Dde1), with the items Field(1) to Field(40), RecordNumber, DateTime "
+          "and CommandBuffer. Any D-Bus tool works too, for example: gdbus call --session "
+          "--dest org.corvane.Corvane.COM1 --object-path /org/corvane/Dde --method "
+          "org.corvane.Dde1.Execute '{BEEP}'"},
+         {}},
+        {"analyze",
+         {"analyze --port PATH [--seconds N] [--apply FILE]"},
+         "listen to a port and propose a record structure",
+         {"Listens to PATH for N seconds, then proposes how its records end (carriage return, "
+          "a pause, a fixed length) and how their fields are delimited. Make the instrument "
+          "send a reading or two while it listens. The port is opened with the line settings "
+          "of FILE when it exists, else at 9600,E,7,1."},
+         {{"--port PATH", "the device to listen to"},
+          {"--seconds N", "how long to listen, 1 to 3600 seconds (5 when not given)"},
+          {"--apply FILE",
+           "write the proposal into the configuration FILE, created with the defaults when it "
+           "does not exist"}}},
+        {"ports",
+         {"ports", "ports map COMn DEVICE"},
+         "list the serial devices present and map COM names to them",
+         {"ports lists the serial devices present (/dev/serial/by-id names first, then "
+          "ttyUSB, ttyACM and the ttyS ports that answer), each with the COM name that opens "
+          "it. A configuration names its port COM1, COM2, ...; ports map makes COMn open "
+          "DEVICE (kept in ~/.config/Corvane/Corvane.ini). A /dev/serial/by-id name stays "
+          "right when the adapter moves to another socket."},
+         {}},
+    };
+    return commands;
+}
+
+const CommandHelp* FindCommand(std::string_view name) {
+    for (const auto& c : Commands())
+        if (c.name == name)
+            return &c;
+    return nullptr;
+}
+
+namespace {
+
+// Words of text laid out from column indent to column 79.
+std::string Wrap(std::string_view text, std::size_t indent, std::size_t firstColumn) {
+    std::string out;
+    std::size_t column = firstColumn;
+    std::size_t i = 0;
+    bool first = true;
+    while (i < text.size()) {
+        std::size_t end = text.find(' ', i);
+        if (end == std::string_view::npos)
+            end = text.size();
+        std::string_view word = text.substr(i, end - i);
+        i = end + 1;
+        if (word.empty())
+            continue;
+        if (!first && column + 1 + word.size() > 79) {
+            out += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (!first) {
+            out += ' ';
+            ++column;
+        } else if (column < indent) {
+            out += std::string(indent - column, ' ');
+            column = indent;
+        }
+        out += word;
+        column += word.size();
+        first = false;
+    }
+    return out + '\n';
+}
+
+// man(7) text: backslashes and hyphens escaped, no line starting with a dot
+// or an apostrophe.
+std::string Roff(std::string_view text) {
+    std::string out;
+    for (char c : text) {
+        if (c == '\\')
+            out += "\\e";
+        else if (c == '-')
+            out += "\\-";
+        else
+            out += c;
+    }
+    if (!out.empty() && (out[0] == '.' || out[0] == '\''))
+        out.insert(0, "\\&");
+    return out;
+}
+
+// The summary as a sentence: capitalised, with a full stop.
+std::string Sentence(std::string_view summary) {
+    std::string out(summary);
+    if (!out.empty())
+        out[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(out[0])));
+    return out + '.';
+}
+
+} // namespace
+
+std::string OverviewHelp() {
+    std::string out = "Usage:\n  corvane COMMAND [ARGUMENTS]\n\n";
+    for (const auto& c : Commands()) {
+        for (auto form : c.forms)
+            out += "  corvane " + std::string(form) + '\n';
+        out += Wrap(c.summary, 6, 0);
+    }
+    out += "  corvane --help | --version\n"
+           "\n"
+           "corvane COMMAND --help describes a command and its options; man corvane\n"
+           "describes them all. Exit status: 0 success, 1 a refused or failed operation\n"
+           "(the message on standard error), 2 a usage error.\n";
+    return out;
+}
+
+std::string UsageLines(const CommandHelp& command) {
+    std::string out;
+    for (std::size_t i = 0; i < command.forms.size(); ++i)
+        out += (i == 0 ? "Usage: corvane " : "       corvane ") + std::string(command.forms[i]) +
+               '\n';
+    return out;
+}
+
+int UsageError(std::string_view name) {
+    if (const CommandHelp* command = FindCommand(name))
+        std::cerr << UsageLines(*command) << "(corvane " << name << " --help tells more)\n";
+    return 2;
+}
+
+std::string CommandHelpText(const CommandHelp& command) {
+    std::string out = UsageLines(command);
+    out += '\n' + Wrap(Sentence(command.summary), 0, 0);
+    for (auto paragraph : command.text)
+        out += '\n' + Wrap(paragraph, 0, 0);
+    if (!command.options.empty()) {
+        out += "\nOptions:\n";
+        for (const auto& o : command.options) {
+            std::string head = "  " + std::string(o.option);
+            if (head.size() + 2 > 24)
+                out += head + '\n' + Wrap(o.text, 24, 0);
+            else
+                out += head + std::string(24 - head.size(), ' ') + Wrap(o.text, 24, 24);
+        }
+    }
+    return out;
+}
+
+std::string ManPageCommands() {
+    std::ostringstream out;
+    for (const auto& c : Commands()) {
+        out << ".SS " << Roff(c.name) << "\n";
+        for (auto form : c.forms)
+            out << ".B corvane " << Roff(form) << "\n.br\n";
+        out << ".PP\n" << Roff(Sentence(c.summary)) << "\n";
+        for (auto paragraph : c.text)
+            out << ".PP\n" << Roff(paragraph) << "\n";
+        for (const auto& o : c.options)
+            out << ".TP\n.B " << Roff(o.option) << "\n" << Roff(o.text) << "\n";
+    }
+    return out.str();
+}
+
+} // namespace app
