@@ -3,7 +3,7 @@
 // prepared record over and over, a log that only counts, and the two
 // workloads (plain framing with the log translation, and the balance chain).
 
-#include "engine/Acquisition.h"
+#include "runtime/Acquisition.h"
 
 #include <algorithm>
 #include <cstring>
@@ -75,7 +75,7 @@ struct EngineRig {
     engine::Locale locale;
     CountingLog log;
     std::unique_ptr<output::RecordDispatch> dispatch;
-    std::unique_ptr<engine::Acquisition> loop;
+    std::unique_ptr<runtime::Acquisition> loop;
 
     explicit EngineRig(Workload w) {
         cfg.TransferMode = config::LogToDisk;
@@ -90,7 +90,7 @@ struct EngineRig {
         port.SetRecord(RecordOf(w));
         dispatch = std::make_unique<output::RecordDispatch>(cfg, state, clock, messages, locale,
                                                             log, "/tmp");
-        loop = std::make_unique<engine::Acquisition>(cfg, state, port, clock, messages, locale,
+        loop = std::make_unique<runtime::Acquisition>(cfg, state, port, clock, messages, locale,
                                                      *dispatch);
         loop->Activate();
     }

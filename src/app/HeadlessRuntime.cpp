@@ -80,7 +80,7 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
     const char* home = std::getenv("HOME");
     dispatch_ = std::make_unique<output::RecordDispatch>(cfg_, state_, clock_, messages_, locale_,
                                                          logWriter_, home ? home : "");
-    acquisition_ = std::make_unique<engine::Acquisition>(cfg_, state_, *port_, clock_, messages_,
+    acquisition_ = std::make_unique<runtime::Acquisition>(cfg_, state_, *port_, clock_, messages_,
                                                          locale_, *dispatch_);
     dispatch_->cancelLogAction = [this] {
         acquisition_->Reset();
@@ -128,7 +128,7 @@ void HeadlessRuntime::StartKeystrokes() {
 }
 
 std::string HeadlessRuntime::RuntimeCaptionFor() const {
-    return engine::RuntimeCaption(cfg_, state_);
+    return runtime::RuntimeCaption(cfg_, state_);
 }
 
 void HeadlessRuntime::ReadStandardInput() {

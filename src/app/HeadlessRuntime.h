@@ -13,7 +13,7 @@
 #include "control/RuntimeControl.h"
 #include "control/RuntimeHost.h"
 #include "control/X11HotKeys.h"
-#include "engine/Acquisition.h"
+#include "runtime/Acquisition.h"
 #include "engine/PosixClock.h"
 #include "engine/RuntimeState.h"
 #include "output/KeySender.h"
@@ -93,7 +93,7 @@ private:
     std::unique_ptr<output::RecordDispatch> dispatch_;
     std::unique_ptr<serial::Port> port_;
     serial::VirtualPort* virtualPort_ = nullptr;
-    std::unique_ptr<engine::Acquisition> acquisition_;
+    std::unique_ptr<runtime::Acquisition> acquisition_;
     std::unique_ptr<output::X11Keyboard> keyboard_;
     std::unique_ptr<output::X11WindowSystem> windows_;
     std::unique_ptr<output::KeySender> sender_;

@@ -6,7 +6,7 @@
 // acquisition loop, its port and the runtime state; FakeRuntimeControl
 // records them for tests.
 
-#include "engine/Acquisition.h"
+#include "runtime/Acquisition.h"
 #include "engine/RuntimeState.h"
 #include "serial/Port.h"
 
@@ -51,7 +51,7 @@ public:
 
 class CoreRuntimeControl : public RuntimeControl {
 public:
-    CoreRuntimeControl(engine::RuntimeState& state, engine::Acquisition& acquisition,
+    CoreRuntimeControl(engine::RuntimeState& state, runtime::Acquisition& acquisition,
                        serial::Port& port)
         : state_(state), acquisition_(acquisition), port_(port) {}
 
@@ -73,7 +73,7 @@ public:
 
 private:
     engine::RuntimeState& state_;
-    engine::Acquisition& acquisition_;
+    runtime::Acquisition& acquisition_;
     serial::Port& port_;
 };
 

@@ -266,7 +266,7 @@ struct ControlRig {
     engine::Locale locale;
     output::FileLogWriter log;
     output::RecordDispatch dispatch{cfg, state, clock, messages, locale, log, "/"};
-    engine::Acquisition acquisition{cfg, state, port, clock, messages, locale, dispatch};
+    runtime::Acquisition acquisition{cfg, state, port, clock, messages, locale, dispatch};
     CoreRuntimeControl control{state, acquisition, port};
 };
 

@@ -1,4 +1,4 @@
-#include "engine/Acquisition.h"
+#include "runtime/Acquisition.h"
 
 #include "engine/DateTimeTokens.h"
 #include "engine/FieldProcessing.h"
@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace engine {
+namespace runtime {
+
+using namespace engine;
 
 namespace {
 
@@ -434,4 +436,4 @@ std::string RuntimeCaption(const config::Config& cfg, const RuntimeState& state)
     return caption;
 }
 
-} // namespace engine
+} // namespace runtime

@@ -19,7 +19,7 @@
 #include <functional>
 #include <string>
 
-namespace engine {
+namespace runtime {
 
 // Events the loop hands to the program around it.
 struct AcquisitionHooks {
@@ -32,8 +32,8 @@ struct AcquisitionHooks {
 
 class Acquisition {
 public:
-    Acquisition(config::Config& cfg, RuntimeState& state, serial::Port& port, Clock& clock,
-                config::MessageSink& messages, const Locale& locale,
+    Acquisition(config::Config& cfg, engine::RuntimeState& state, serial::Port& port,
+                engine::Clock& clock, config::MessageSink& messages, const engine::Locale& locale,
                 output::RecordDispatch& dispatch);
 
     // At activation: the framing case and end characters, the output
@@ -66,8 +66,8 @@ private:
     // the per-byte path keeps them in registers (each one-byte store to the
     // state could otherwise alias this object and force them to be read
     // again).
-    void FrameByte(RuntimeState& state, const config::Config& cfg, std::uint8_t byte);
-    void Frame(RuntimeState& state, const config::Config& cfg, std::uint8_t c,
+    void FrameByte(engine::RuntimeState& state, const config::Config& cfg, std::uint8_t byte);
+    void Frame(engine::RuntimeState& state, const config::Config& cfg, std::uint8_t c,
                std::uint8_t byteClass);
     // Frames at once the run of bytes at receivedPos_ that can be framed so
     // (see runClass_ and skipped_); false when the next byte must be framed
@@ -79,13 +79,13 @@ private:
     void FrameRun(const std::uint8_t* begin, const std::uint8_t* end, bool closes);
 
     config::Config& cfg_;
-    RuntimeState& state_;
+    engine::RuntimeState& state_;
     serial::Port& port_;
-    Clock& clock_;
+    engine::Clock& clock_;
     config::MessageSink& messages_;
-    const Locale& locale_;
+    const engine::Locale& locale_;
     output::RecordDispatch& dispatch_;
-    FieldProcessor fields_;
+    engine::FieldProcessor fields_;
     // The pre-input table read once at activation: what each byte becomes.
     enum class PreInput : std::uint8_t { Replace, Ignore, Void };
     std::array<PreInput, 256> preInputKind_{};
@@ -119,6 +119,6 @@ private:
 
 // The runtime window's caption: "Corvane - COM1", " (S)" while suspended,
 // " (Virtual Device)" on the virtual device.
-std::string RuntimeCaption(const config::Config& cfg, const RuntimeState& state);
+std::string RuntimeCaption(const config::Config& cfg, const engine::RuntimeState& state);
 
-} // namespace engine
+} // namespace runtime

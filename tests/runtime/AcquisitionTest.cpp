@@ -2,7 +2,7 @@
 // clock: framing in every mode, start rules, pre-input translation, timed
 // output, suspension and the deferred exit.
 
-#include "engine/Acquisition.h"
+#include "runtime/Acquisition.h"
 #include "serial/FakePort.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +12,7 @@
 #include <random>
 
 using namespace engine;
+using namespace runtime;
 
 namespace {
 
