@@ -73,9 +73,8 @@ std::string CheckDomains(const Config& c) {
             c.PreInputTranslation[i] != "Void Record")
             return "PreInputTranslation[" + std::to_string(i) +
                    "] must be one character, \"Ignore\" or \"Void Record\"";
-    if (std::string name = config::SettingWithLineBreak(c); !name.empty())
-        return name +
-               " must not hold a carriage return or line feed: the file keeps it on one line";
+    if (std::string unkept = config::SettingTheFileCannotKeep(c); !unkept.empty())
+        return unkept;
     return "";
 }
 

@@ -18,15 +18,6 @@ namespace app {
 
 namespace {
 
-// Messages of reopening attempts are not shown: the loss itself is reported.
-class SilentSink : public config::MessageSink {
-public:
-    config::MessageAnswer Show(const config::Message&) override {
-        return config::MessageAnswer::Ok;
-    }
-    void Beep(long) override {}
-};
-
 constexpr std::size_t MaxReadPerTick = 1 << 16;
 
 // How long the end of the virtual device's input waits for a log file that
@@ -64,9 +55,9 @@ bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& o
         auto port = serial::OpenPosixPort(cfg_, device, messages_, clock_);
         if (!port)
             return false;
+        // Messages of reopening attempts are not shown: the loss itself is reported.
         auto reopen = [this, device]() {
-            static SilentSink silent;
-            return serial::OpenPosixPort(cfg_, device, silent, clock_);
+            return serial::OpenPosixPort(cfg_, device, silentMessages_, clock_);
         };
         port_ = std::make_unique<serial::ReconnectingPort>(
             std::move(port), reopen, config::PortName(cfg_) + " (" + device + ")", messages_,

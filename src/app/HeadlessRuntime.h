@@ -84,6 +84,7 @@ private:
     std::string SuspendedMessage() const;
 
     config::MessageSink& messages_;
+    config::SilentMessageSink silentMessages_;
     config::Config cfg_;
     config::QtSettingsStore store_;
     engine::Locale locale_;

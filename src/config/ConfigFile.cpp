@@ -452,23 +452,41 @@ public:
     void Line(const std::string& s) { out_ += s + "\r\n"; }
     // A setting's text on a line of its own (index -1: not an array). A CR or
     // LF in it would end the line early and shift every later setting on
-    // reading, so the first setting that holds one is remembered.
+    // reading, and a line longer than a reader takes would be cut: the first
+    // setting that cannot be kept so is remembered.
     void Text(const char* name, const std::string& s, int index = -1) {
-        if (lineBreakIn_.empty() && s.find_first_of("\r\n") != std::string::npos) {
-            lineBreakIn_ = name;
-            if (index >= 0)
-                lineBreakIn_ += "[" + std::to_string(index) + "]";
-        }
+        if (s.find_first_of("\r\n") != std::string::npos)
+            Unkept(name, index, " must not hold a carriage return or line feed: the file keeps it "
+                                "on one line");
+        else if (s.size() > MaxLineLength)
+            Unkept(name, index, " is longer than the " + std::to_string(MaxLineLength) +
+                                    " characters the file keeps on one line");
         Line(s);
+    }
+    // The length of a string of the raw block, read back as a 16-bit number.
+    void Length(const char* name, const std::string& s, int index = -1) {
+        if (s.size() > static_cast<std::size_t>(MaxRawLength))
+            Unkept(name, index, " is longer than the " + std::to_string(MaxRawLength) +
+                                    " characters the file keeps");
+        Number(static_cast<long>(s.size()));
     }
     void Code(unsigned char c) { out_ += " " + std::to_string(c) + "\r\n"; }
     void Raw(const std::string& s) { out_ += s; }
     std::string Take() { return std::move(out_); }
-    const std::string& LineBreakIn() const { return lineBreakIn_; }
+    const std::string& Unkept() const { return unkept_; }
 
 private:
+    void Unkept(const char* name, int index, const std::string& why) {
+        if (!unkept_.empty())
+            return;
+        unkept_ = name;
+        if (index >= 0)
+            unkept_ += "[" + std::to_string(index) + "]";
+        unkept_ += why;
+    }
+
     std::string out_;
-    std::string lineBreakIn_;
+    std::string unkept_;
 };
 
 unsigned char FirstByte(const std::string& s) {
@@ -541,17 +559,18 @@ void Write(const Config& cfg, Writer& w) {
     }
     for (int i = 1; i <= MaxFields; ++i)
         w.Text("FieldExpression", cfg.FieldExpression[i], i);
-    auto len = [](const std::string& s) { return static_cast<long>(s.size()); };
-    for (const std::string* s : {&cfg.AckString, &cfg.TimerString, &cfg.RecordPreamble,
-                                 &cfg.StartOfRecordChars, &cfg.EndOfRecordChars})
-        w.Number(len(*s));
+    w.Length("AckString", cfg.AckString);
+    w.Length("TimerString", cfg.TimerString);
+    w.Length("RecordPreamble", cfg.RecordPreamble);
+    w.Length("StartOfRecordChars", cfg.StartOfRecordChars);
+    w.Length("EndOfRecordChars", cfg.EndOfRecordChars);
     for (int i = 1; i <= NumOutputStrings; ++i) {
-        w.Number(len(cfg.OutputString[i]));
-        w.Number(len(cfg.FieldPostamble[i]));
-        w.Number(len(cfg.FieldPostamble[i + 20]));
+        w.Length("OutputString", cfg.OutputString[i], i);
+        w.Length("FieldPostamble", cfg.FieldPostamble[i], i);
+        w.Length("FieldPostamble", cfg.FieldPostamble[i + 20], i + 20);
     }
-    for (const auto& s : cfg.HotKeyData)
-        w.Number(len(s));
+    for (int i = 0; i < NumHotKeys; ++i)
+        w.Length("HotKeyData", cfg.HotKeyData[i], i);
     for (const std::string* s : {&cfg.StartOfRecordChars, &cfg.EndOfRecordChars, &cfg.AckString,
                                  &cfg.TimerString, &cfg.RecordPreamble})
         w.Raw(*s);
@@ -573,10 +592,10 @@ std::string SerializeConfig(const Config& cfg) {
     return w.Take();
 }
 
-std::string SettingWithLineBreak(const Config& cfg) {
+std::string SettingTheFileCannotKeep(const Config& cfg) {
     Writer w;
     Write(cfg, w);
-    return w.LineBreakIn();
+    return w.Unkept();
 }
 
 bool SaveConfigFile(const Config& cfg) {
@@ -584,7 +603,7 @@ bool SaveConfigFile(const Config& cfg) {
         return false;
     Writer w;
     Write(cfg, w);
-    if (!w.LineBreakIn().empty())
+    if (!w.Unkept().empty())
         return false;
     std::ofstream out(cfg.ConfigFileName, std::ios::binary | std::ios::trunc);
     if (!out)

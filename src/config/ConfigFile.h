@@ -35,19 +35,21 @@ LoadStatus LoadConfigFile(Config& cfg, const std::string& path, MessageSink& mes
 
 // Writes cfg in the current layout to cfg.ConfigFileName. Returns false
 // without writing when the name is empty, when a setting holds a line break
-// where the file cannot keep one (SettingWithLineBreak), or when the file
+// or a value the file cannot keep (SettingTheFileCannotKeep), or when the file
 // cannot be written.
 bool SaveConfigFile(const Config& cfg);
 
 // The whole file a save would write, as bytes.
 std::string SerializeConfig(const Config& cfg);
 
-// The first setting that the file keeps on a line of its own and that holds a
-// carriage return or line feed, as its name with the index for arrays
-// ("TargetAppTitle", "FieldFormat[3]"); empty when there is none. Read back,
-// such a value would end at the line break and shift every later setting.
-// The strings kept in the raw block may hold any byte.
-std::string SettingWithLineBreak(const Config& cfg);
+// The first setting whose value would not read back unchanged, with the
+// reason, as a message: "TargetAppTitle must not hold a carriage return or
+// line feed: the file keeps it on one line", "FieldFormat[3] is longer than
+// ..." (a line is read up to 65536 characters, a string of the raw block up to
+// 32767). Read back, a line break would end the value early and shift every
+// later setting. Empty when every value reads back as it is; the strings of
+// the raw block may hold any byte.
+std::string SettingTheFileCannotKeep(const Config& cfg);
 
 // At start and for the file commands: a path that does not check out gives
 // the defaults (keeping the name only when the file is missing, so that a new

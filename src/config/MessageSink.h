@@ -31,6 +31,14 @@ public:
     virtual void Beep(long soundType = 0) = 0;
 };
 
+// Shows nothing and answers Ok: for messages that are not to be shown, such as
+// those of repeated attempts whose outcome is reported otherwise.
+class SilentMessageSink : public MessageSink {
+public:
+    MessageAnswer Show(const Message&) override { return MessageAnswer::Ok; }
+    void Beep(long) override {}
+};
+
 // Records every message and beep; answers from a queue (Ok when it is empty).
 class RecordingMessageSink : public MessageSink {
 public:

@@ -140,11 +140,11 @@ TEST(ConfigFile, DefaultsAndAFullyChangedRecordSurviveARoundTrip) {
     }
 }
 
-TEST(ConfigFile, ALineBreakInASettingKeptOnALineIsNamedAndNeverSaved) {
+TEST(ConfigFile, AValueTheFileCannotKeepIsNamedAndNeverSaved) {
     TempFile f;
     Config good = Everywhere(); // its raw-block strings hold CR and LF
     good.ConfigFileName = f.path.string();
-    EXPECT_EQ(SettingWithLineBreak(good), "");
+    EXPECT_EQ(SettingTheFileCannotKeep(good), "");
     ASSERT_TRUE(SaveConfigFile(good));
     const std::string saved = f.Read();
     struct Case {
@@ -161,14 +161,31 @@ TEST(ConfigFile, ALineBreakInASettingKeptOnALineIsNamedAndNeverSaved) {
              c.DdeTopicName = "\n";
          },
          "FieldExpression[40]"},
+        {[](Config& c) { c.FieldFormat[2] = std::string(65537, '0'); }, "FieldFormat[2]"},
+        {[](Config& c) { c.OutputString[20] = std::string(32768, 'x'); }, "OutputString[20]"},
+        {[](Config& c) { c.HotKeyData[49] = std::string(40000, 'x'); }, "HotKeyData[49]"},
+        {[](Config& c) { c.RecordPreamble = std::string(32768, 'x'); }, "RecordPreamble"},
     };
     for (const auto& c : cases) {
         Config bad = good;
         c.set(bad);
-        EXPECT_EQ(SettingWithLineBreak(bad), c.named);
+        EXPECT_EQ(SettingTheFileCannotKeep(bad).rfind(std::string(c.named) + " ", 0), 0u)
+            << SettingTheFileCannotKeep(bad);
         EXPECT_FALSE(SaveConfigFile(bad)) << c.named;
         EXPECT_EQ(f.Read(), saved) << c.named; // the file on disk is left as it was
     }
+    // The longest values the file keeps read back as they are.
+    Config longest = good;
+    longest.FieldFormat[2] = std::string(65536, '0');
+    longest.OutputString[20] = std::string(32767, '\r');
+    ASSERT_EQ(SettingTheFileCannotKeep(longest), "");
+    ASSERT_TRUE(SaveConfigFile(longest));
+    Config back;
+    RecordingMessageSink messages;
+    LoadConfigFile(back, f.path.string(), messages);
+    EXPECT_EQ(back.FieldFormat[2], longest.FieldFormat[2]);
+    EXPECT_EQ(back.OutputString[20], longest.OutputString[20]);
+    EXPECT_EQ(back.FieldExpression[40], longest.FieldExpression[40]);
 }
 
 TEST(ConfigFile, WritesTheCurrentLayoutLineByLine) {
