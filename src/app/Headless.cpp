@@ -35,21 +35,6 @@ void PumpEvents(int maxWaitMs) {
     idle.processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-bool LoadActivationFile(config::Config& cfg, const std::string& file,
-                        config::MessageSink& messages) {
-    const int check = config::CheckConfigFile(file, messages);
-    if (check == -3 || check == -2) {
-        messages.Show({"Cannot read the configuration file " + file, "Corvane File Error",
-                       config::MessageIcon::Exclamation, config::MessageButtons::Ok});
-        return false;
-    }
-    if (check < 0)
-        return false;
-    config::LoadConfigFile(cfg, file, messages, true);
-    cfg.ConfigFileName = file;
-    return true;
-}
-
 namespace {
 
 // The write end of the self-pipe; a signal handler can only reach it through

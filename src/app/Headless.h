@@ -28,11 +28,6 @@ public:
 // maxWaitMs pass.
 void PumpEvents(int maxWaitMs);
 
-// Reads the configuration a runtime (or the Port Test window) activates;
-// false, after the message, when it cannot be read or is none.
-bool LoadActivationFile(config::Config& cfg, const std::string& file,
-                        config::MessageSink& messages);
-
 // Calls onSignal (once per signal received) from the event loop when SIGINT
 // or SIGTERM arrives. One instance per process; the handlers are restored to
 // their defaults when it is destroyed.

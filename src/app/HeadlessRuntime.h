@@ -1,27 +1,18 @@
 #pragma once
-// The runtime without windows: the configuration activated on a real port or
-// on the virtual device (standard input and output), driven by a 50 ms timer
-// of the Qt event loop.
+// The runtime without windows: the shared runtime on a real port or on the
+// virtual device (standard input and output), ticked by a 50 ms timer of the
+// Qt event loop. It gives the runtime what this program has: the termios
+// port, XTest keystrokes and X11 hot keys when there is a display, the
+// session bus, and standard error for messages.
 
-#include "config/Config.h"
+#include "config/MessageSink.h"
 #include "config/QtSettingsStore.h"
 #include "control/Clipboard.h"
-#include "control/DbusClient.h"
-#include "control/DbusServer.h"
-#include "control/DdeRuntime.h"
-#include "control/HotKeys.h"
-#include "control/RuntimeControl.h"
-#include "control/RuntimeHost.h"
-#include "control/X11HotKeys.h"
-#include "runtime/Acquisition.h"
 #include "engine/PosixClock.h"
-#include "engine/RuntimeState.h"
 #include "output/KeySender.h"
 #include "output/KeystrokeDispatch.h"
-#include "output/RecordDispatch.h"
 #include "output/X11Keyboard.h"
-#include "serial/Port.h"
-#include "serial/VirtualPort.h"
+#include "runtime/Runtime.h"
 
 #include <QTimer>
 
@@ -39,7 +30,7 @@ struct HeadlessOptions {
 
 // Without a window, the window commands of other programs ("{APPNORMAL}",
 // "{APPMINIMIZE}") are accepted and do nothing, and there is no clipboard.
-class HeadlessRuntime : public control::RuntimeHost {
+class HeadlessRuntime : private runtime::RuntimePlatform {
 public:
     explicit HeadlessRuntime(config::MessageSink& messages);
     ~HeadlessRuntime() override;
@@ -51,7 +42,7 @@ public:
     // Closes the runtime in order: output flushed, lines lowered, port closed.
     // Records that could not be logged are written to standard error, and the
     // exit status becomes 1.
-    void Exit();
+    void Exit() { runtime_.Exit(); }
 
     // Called once the runtime has closed, with the program's exit status.
     std::function<void(int)> onFinished;
@@ -59,62 +50,33 @@ public:
 private:
     void Tick();
     void ReadStandardInput();
-    // At the end of the virtual device's input: true once every record is
-    // finished, or the log has been retried for a few seconds in vain.
-    bool InputFinished();
-    void ReportUnwrittenRecords();
-    std::string RuntimeCaptionFor() const;
-    void StartKeystrokes();
 
-    // The DDE side (HeadlessDde.cpp): the server on the session bus, the
-    // client links and the target command.
-    void StartDde();
-    void StopDde();
+    std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override;
+    void VirtualDeviceOutput(const std::string& bytes) override;
+    output::KeystrokeDelivery* Keystrokes(config::Config& cfg) override;
+    std::unique_ptr<control::DdeClient> NewDdeClient() override;
+    std::unique_ptr<control::DdeBus> NewDdeBus(control::DdeServerHandler& handler) override;
+    std::unique_ptr<control::HotKeyPlatform> NewHotKeyPlatform() override;
     void ShowNormal() override {}
     void Minimize() override {}
-    void ReloadConfiguration(const std::string& file) override;
-    // Runs a reload asked for by "{CONFIG(", from the tick's start.
-    void Reload();
-
-    // The hot keys (HeadlessHotKeys.cpp), taken on the X display when the
-    // configuration has any, and given back at exit and reload.
-    void StartHotKeys();
-    void StopHotKeys();
-    // What a runtime that starts suspended says: how input is resumed.
-    std::string SuspendedMessage() const;
+    void Closed(int exitStatus) override;
 
     config::MessageSink& messages_;
     config::SilentMessageSink silentMessages_;
-    config::Config cfg_;
     config::QtSettingsStore store_;
-    engine::Locale locale_;
     engine::PosixClock clock_;
-    engine::RuntimeState state_;
-    output::FileLogWriter logWriter_;
-    std::unique_ptr<output::RecordDispatch> dispatch_;
-    std::unique_ptr<serial::Port> port_;
-    serial::VirtualPort* virtualPort_ = nullptr;
-    std::unique_ptr<runtime::Acquisition> acquisition_;
+    control::NoClipboard clipboard_;
+    std::optional<std::string> portPath_;
     std::unique_ptr<output::X11Keyboard> keyboard_;
     std::unique_ptr<output::X11WindowSystem> windows_;
     std::unique_ptr<output::KeySender> sender_;
     std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
-    std::unique_ptr<control::CoreRuntimeControl> control_;
-    control::NoClipboard clipboard_;
-    std::unique_ptr<control::DbusClient> ddeClient_;
-    std::unique_ptr<control::DdeRuntime> dde_;
-    std::unique_ptr<control::DbusServer> ddeServer_;
-    std::string servedName_;
-    std::unique_ptr<control::X11HotKeys> hotKeyPlatform_;
-    std::unique_ptr<control::HotKeys> hotKeys_;
-    bool noHotKeyDisplay_ = false; // said once, not again at a reload
-    std::optional<std::string> pendingReload_;
     QTimer timer_;
+    bool virtualDevice_ = false;
     bool inputEnded_ = false;
-    std::optional<std::int32_t> logWaitSince_;
-    bool exiting_ = false;
-    int exitStatus_ = 0;
     int stdinFlags_ = -1;
+    // Last, so that it goes first: its Exit needs the parts above.
+    runtime::Runtime runtime_;
 };
 
 } // namespace app

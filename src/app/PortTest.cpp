@@ -8,6 +8,7 @@
 #include "config/ConfigFile.h"
 #include "config/QtSettingsStore.h"
 #include "engine/PosixClock.h"
+#include "runtime/Runtime.h"
 #include "serial/PortSettings.h"
 #include "serial/PosixPort.h"
 #include "ui/PortTestWindow.h"
@@ -31,7 +32,7 @@ int RunPortTest(int argc, char** argv, const std::string& file,
     });
     ui::QtMessageSink messages;
     config::Config cfg;
-    if (!LoadActivationFile(cfg, file, messages))
+    if (!runtime::LoadActivationFile(cfg, file, messages))
         return 1;
     config::QtSettingsStore store;
     engine::PosixClock clock;

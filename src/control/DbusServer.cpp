@@ -139,15 +139,4 @@ void DbusServer::Changed(const std::string& item, const std::string& text) {
     connection_.send(signal);
 }
 
-std::string NameTakenMessage(const std::string& busName) {
-    return "The DDE name " + busName +
-           " is already taken by another program on the session bus: this runtime goes on "
-           "without its DDE server.";
-}
-
-std::string NoSessionBusMessage() {
-    return "No D-Bus session bus can be reached: this runtime goes on without its DDE server, "
-           "and DDE commands and links to other programs do not work.";
-}
-
 } // namespace control

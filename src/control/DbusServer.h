@@ -4,6 +4,7 @@
 // Poke, and the Changed signal), published under one bus name. Calls arrive
 // from the Qt event loop, between ticks, and go to a DdeServerHandler.
 
+#include "control/DdeNames.h"
 #include "control/DdeServer.h"
 
 #include <QDBusConnection>
@@ -15,25 +16,19 @@ namespace control {
 
 class DdeObject;
 
-class DbusServer {
+class DbusServer : public DdeBus {
 public:
-    enum class Status { Serving, NameTaken, NoBus };
-
     explicit DbusServer(DdeServerHandler& handler,
                         QDBusConnection connection = QDBusConnection::sessionBus());
-    ~DbusServer();
+    ~DbusServer() override;
     DbusServer(const DbusServer&) = delete;
     DbusServer& operator=(const DbusServer&) = delete;
 
-    // Publishes the object and takes busName. A name another program owns
-    // is not waited for: the server then does not serve.
-    Status Start(const std::string& busName);
-    // Gives the name back and withdraws the object.
-    void Stop();
-    bool Serving() const { return serving_; }
-
-    // The Changed signal: an item's name and its new text.
-    void Changed(const std::string& item, const std::string& text);
+    // Publishes the object under busName; the Changed signal goes out on it.
+    Status Start(const std::string& busName) override;
+    void Stop() override;
+    bool Serving() const override { return serving_; }
+    void Changed(const std::string& item, const std::string& text) override;
 
 private:
     std::unique_ptr<DdeObject> object_;
@@ -42,8 +37,5 @@ private:
     bool serving_ = false;
 };
 
-// The messages of a runtime that goes on without its server.
-std::string NameTakenMessage(const std::string& busName);
-std::string NoSessionBusMessage();
 
 } // namespace control

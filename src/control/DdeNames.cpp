@@ -63,4 +63,15 @@ LinkAddress ParseLinkText(std::string_view text) {
     return address;
 }
 
+std::string NameTakenMessage(const std::string& busName) {
+    return "The DDE name " + busName +
+           " is already taken by another program on the session bus: this runtime goes on "
+           "without its DDE server.";
+}
+
+std::string NoSessionBusMessage() {
+    return "No D-Bus session bus can be reached: this runtime goes on without its DDE server, "
+           "and DDE commands and links to other programs do not work.";
+}
+
 } // namespace control

@@ -37,4 +37,8 @@ struct LinkAddress {
 std::string LinkText(const LinkAddress& address);
 LinkAddress ParseLinkText(std::string_view text);
 
+// The messages of a runtime that goes on without its server.
+std::string NameTakenMessage(const std::string& busName);
+std::string NoSessionBusMessage();
+
 } // namespace control

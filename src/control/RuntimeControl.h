@@ -2,13 +2,9 @@
 // The operations other programs, hot keys and the runtime window's menus use
 // to steer a running runtime: queue output for the instrument, drive the
 // serial lines, switch timed output, reset, suspend and resume input, and ask
-// the runtime to exit. CoreRuntimeControl carries them out on the
+// the runtime to exit. runtime::CoreRuntimeControl carries them out on the
 // acquisition loop, its port and the runtime state; FakeRuntimeControl
 // records them for tests.
-
-#include "runtime/Acquisition.h"
-#include "engine/RuntimeState.h"
-#include "serial/Port.h"
 
 #include <string_view>
 
@@ -47,34 +43,6 @@ public:
     // The deferred exit: the tick runs the Exit action in the second tick
     // that finds the port empty, well after the caller has returned.
     virtual void RequestExit() = 0;
-};
-
-class CoreRuntimeControl : public RuntimeControl {
-public:
-    CoreRuntimeControl(engine::RuntimeState& state, runtime::Acquisition& acquisition,
-                       serial::Port& port)
-        : state_(state), acquisition_(acquisition), port_(port) {}
-
-    void QueueOutput(std::string_view bytes) override;
-    bool IsVirtualDevice() const override;
-    void StartBreak() override;
-    void PulseDTR() override;
-    void SetDTR(bool on) override;
-    void SetRTS(bool on) override;
-    bool PortIsOpen() const override;
-    bool TimedOutputOn() const override;
-    void SetTimedOutput(bool on) override;
-    void SetTimedOutputAvailable(bool available) override;
-    void Reset() override;
-    void Suspend() override;
-    void Resume() override;
-    void ResumeForOneRecord() override;
-    void RequestExit() override;
-
-private:
-    engine::RuntimeState& state_;
-    runtime::Acquisition& acquisition_;
-    serial::Port& port_;
 };
 
 } // namespace control

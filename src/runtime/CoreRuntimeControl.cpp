@@ -1,6 +1,6 @@
-#include "control/RuntimeControl.h"
+#include "runtime/CoreRuntimeControl.h"
 
-namespace control {
+namespace runtime {
 
 void CoreRuntimeControl::QueueOutput(std::string_view bytes) {
     state_.PendingOutput.append(bytes);
@@ -69,4 +69,4 @@ void CoreRuntimeControl::RequestExit() {
     state_.ExitCountdown = -1;
 }
 
-} // namespace control
+} // namespace runtime
