@@ -8,7 +8,9 @@
 #include "app/Help.h"
 #include "app/Headless.h"
 #include "app/HeadlessRuntime.h"
+#include "app/WindowedRuntime.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -50,6 +52,33 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
     return options;
 }
 
+// The runtime window: the program ends when it closes.
+int RunWindowed(int argc, char** argv, const RunOptions& options) {
+    QApplication application(argc, argv);
+    WindowedRuntime runtime;
+    std::optional<int> finished;
+    runtime.onFinished = [&application, &finished](int status) {
+        finished = status;
+        QMetaObject::invokeMethod(
+            &application, [status] { QCoreApplication::exit(status); }, Qt::QueuedConnection);
+    };
+    // A second signal after the close ends the program all the same.
+    SignalWatcher signalWatcher([&](int) {
+        if (finished)
+            QCoreApplication::exit(*finished);
+        else
+            runtime.Exit();
+    });
+    HeadlessOptions runtimeOptions;
+    runtimeOptions.virtualDevice = options.virtualDevice;
+    runtimeOptions.portPath = options.portPath;
+    // Closed while a start-up message waited (a signal): it ends with the
+    // status of that close; not started at all: 1.
+    if (!runtime.Activate(options.file, runtimeOptions))
+        return finished.value_or(1);
+    return application.exec();
+}
+
 } // namespace
 
 int CmdRun(int argc, char** argv, const Args& args) {
@@ -66,11 +95,8 @@ int CmdRun(int argc, char** argv, const Args& args) {
         }
         return RunPortTest(argc, argv, options->file, options->portPath);
     }
-    if (!options->headless) {
-        ReportMessage("corvane", "the runtime window is not available in this version; "
-                                 "run with --headless");
-        return 1;
-    }
+    if (!options->headless)
+        return RunWindowed(argc, argv, *options);
     QCoreApplication application(argc, argv);
     StderrMessageSink messages;
     HeadlessRuntime runtime(messages);

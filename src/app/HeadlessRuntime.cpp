@@ -1,15 +1,6 @@
 #include "app/HeadlessRuntime.h"
 
-#include "app/Headless.h"
-#include "control/DbusClient.h"
-#include "control/DbusServer.h"
-#include "control/X11HotKeys.h"
 #include "engine/ProcessLocale.h"
-#include "serial/PortSettings.h"
-#include "serial/PosixPort.h"
-#include "serial/ReconnectingPort.h"
-
-#include <QDBusConnection>
 
 #include <cerrno>
 #include <cstdio>
@@ -31,7 +22,9 @@ std::string Home() {
 } // namespace
 
 HeadlessRuntime::HeadlessRuntime(config::MessageSink& messages)
-    : messages_(messages),
+    : messages_(messages), desktop_(
+                               messages, store_, clock_, [this] { return runtime_.Closing(); },
+                               [this] { return runtime_.Caption(); }),
       runtime_({*this, messages, clock_, store_, clipboard_, engine::ReadProcessLocale(), Home()}) {}
 
 HeadlessRuntime::~HeadlessRuntime() {
@@ -40,7 +33,7 @@ HeadlessRuntime::~HeadlessRuntime() {
 }
 
 bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
-    portPath_ = options.portPath;
+    desktop_.SetPortPath(options.portPath);
     virtualDevice_ = options.virtualDevice;
     if (virtualDevice_) {
         stdinFlags_ = ::fcntl(STDIN_FILENO, F_GETFL);
@@ -79,63 +72,9 @@ void HeadlessRuntime::ReadStandardInput() {
     }
 }
 
-std::unique_ptr<serial::Port> HeadlessRuntime::OpenPort(config::Config& cfg) {
-    std::string device = serial::DevicePathFor(cfg, store_, portPath_);
-    auto port = serial::OpenPosixPort(cfg, device, messages_, clock_);
-    if (!port)
-        return nullptr;
-    // Messages of reopening attempts are not shown: the loss itself is reported.
-    auto reopen = [this, &cfg, device]() {
-        return serial::OpenPosixPort(cfg, device, silentMessages_, clock_);
-    };
-    return std::make_unique<serial::ReconnectingPort>(
-        std::move(port), reopen, config::PortName(cfg) + " (" + device + ")", messages_, clock_);
-}
-
 void HeadlessRuntime::VirtualDeviceOutput(const std::string& bytes) {
     std::fwrite(bytes.data(), 1, bytes.size(), stdout);
     std::fflush(stdout);
-}
-
-output::KeystrokeDelivery* HeadlessRuntime::Keystrokes(config::Config& cfg) {
-    keyboard_ = std::getenv("DISPLAY") ? output::X11Keyboard::Open() : nullptr;
-    if (!keyboard_) {
-        bool waylandOnly = std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY");
-        messages_.Show({waylandOnly ? "This is a Wayland session without X11: keystrokes "
-                                      "cannot reach native Wayland windows. Records are counted "
-                                      "but not typed."
-                                    : "The X display cannot be opened: records are counted but "
-                                      "not typed.",
-                        runtime_.Caption(), config::MessageIcon::Exclamation,
-                        config::MessageButtons::Ok});
-        return nullptr;
-    }
-    windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
-    // SIGTERM reaches Exit through the pumped events: the waits end with it.
-    auto pump = [this](int maxWaitMs) {
-        PumpEvents(maxWaitMs);
-        return !runtime_.Closing();
-    };
-    sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
-    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *windows_, *sender_, messages_,
-                                                              clock_, pump);
-    return keystrokes_.get();
-}
-
-std::unique_ptr<control::DdeClient> HeadlessRuntime::NewDdeClient() {
-    return std::make_unique<control::DbusClient>();
-}
-
-std::unique_ptr<control::DdeBus> HeadlessRuntime::NewDdeBus(control::DdeServerHandler& handler) {
-    if (!QDBusConnection::sessionBus().isConnected())
-        return nullptr;
-    return std::make_unique<control::DbusServer>(handler);
-}
-
-std::unique_ptr<control::HotKeyPlatform> HeadlessRuntime::NewHotKeyPlatform() {
-    // A connection of their own: the keystroke sender's exists only in Send
-    // Keystrokes mode, and its events are not ours.
-    return control::X11HotKeys::Open();
 }
 
 void HeadlessRuntime::Closed(int exitStatus) {

@@ -5,13 +5,11 @@
 // port, XTest keystrokes and X11 hot keys when there is a display, the
 // session bus, and standard error for messages.
 
+#include "app/DesktopServices.h"
 #include "config/MessageSink.h"
 #include "config/QtSettingsStore.h"
 #include "control/Clipboard.h"
 #include "engine/PosixClock.h"
-#include "output/KeySender.h"
-#include "output/KeystrokeDispatch.h"
-#include "output/X11Keyboard.h"
 #include "runtime/Runtime.h"
 
 #include <QTimer>
@@ -51,26 +49,29 @@ private:
     void Tick();
     void ReadStandardInput();
 
-    std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override;
+    std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override {
+        return desktop_.OpenPort(cfg);
+    }
     void VirtualDeviceOutput(const std::string& bytes) override;
-    output::KeystrokeDelivery* Keystrokes(config::Config& cfg) override;
-    std::unique_ptr<control::DdeClient> NewDdeClient() override;
-    std::unique_ptr<control::DdeBus> NewDdeBus(control::DdeServerHandler& handler) override;
-    std::unique_ptr<control::HotKeyPlatform> NewHotKeyPlatform() override;
+    output::KeystrokeDelivery* Keystrokes(config::Config& cfg) override {
+        return desktop_.Keystrokes(cfg);
+    }
+    std::unique_ptr<control::DdeClient> NewDdeClient() override { return desktop_.NewDdeClient(); }
+    std::unique_ptr<control::DdeBus> NewDdeBus(control::DdeServerHandler& handler) override {
+        return desktop_.NewDdeBus(handler);
+    }
+    std::unique_ptr<control::HotKeyPlatform> NewHotKeyPlatform() override {
+        return desktop_.NewHotKeyPlatform();
+    }
     void ShowNormal() override {}
     void Minimize() override {}
     void Closed(int exitStatus) override;
 
     config::MessageSink& messages_;
-    config::SilentMessageSink silentMessages_;
     config::QtSettingsStore store_;
     engine::PosixClock clock_;
     control::NoClipboard clipboard_;
-    std::optional<std::string> portPath_;
-    std::unique_ptr<output::X11Keyboard> keyboard_;
-    std::unique_ptr<output::X11WindowSystem> windows_;
-    std::unique_ptr<output::KeySender> sender_;
-    std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
+    DesktopServices desktop_;
     QTimer timer_;
     bool virtualDevice_ = false;
     bool inputEnded_ = false;

@@ -17,13 +17,18 @@ const std::vector<CommandHelp>& Commands() {
           "server runs whenever there is a session bus, and the configuration's hot keys are "
           "active whenever there is an X display. SIGINT and SIGTERM close the runtime in order: "
           "the settings are saved, the lines are lowered and the port is closed.",
-          "The runtime window is not part of this version: run the runtime with --headless."},
+          "Without --headless the runtime window shows every field, the record number (type a "
+          "number there to set the counter) and the date and time, with a button per output "
+          "string, DTR~ and BREAK, and menus to suspend and resume input, switch timed output, "
+          "reset, copy items as DDE links and exit; messages come as message boxes. Closing the "
+          "window closes the runtime."},
          {{"--headless", "run without windows; messages go to standard error"},
           {"--virtual",
-           "use the virtual serial device instead of the port: the instrument's bytes are read "
-           "from standard input and what is sent to the instrument is written to standard "
-           "output; at the end of input the pending records are finished and the program "
-           "exits"},
+           "use the virtual serial device instead of the port: in the window, what you type in "
+           "the Virtual Serial Device window is the instrument's input and what is sent to the "
+           "instrument is shown there; with --headless the instrument's bytes are read from "
+           "standard input and what is sent to the instrument is written to standard output, "
+           "and at the end of input the pending records are finished and the program exits"},
           {"--test",
            "open the Port Test window on the configuration's port instead of running it: see "
            "every character as it arrives, send characters, pulse DTR, send a BREAK, and "

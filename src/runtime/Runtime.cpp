@@ -85,15 +85,24 @@ bool Runtime::Run(const std::string& file, bool virtualDevice) {
             acquisition_->ToggleSuspend();
     };
     acquisition_->hooks.exitAction = [this] { Exit(); };
+    acquisition_->hooks.suspendChanged = [this] {
+        if (suspendChanged)
+            suspendChanged();
+    };
     acquisition_->Activate();
+    // A message box shown on the way waits for the user, and the runtime may
+    // be closed meanwhile (a signal, the window manager): then it stops
+    // starting.
     if (cfg_.TransferMode == config::SendKeystrokes)
         dispatch_->keystrokes = keystrokes_ = platform_.Keystrokes(cfg_);
-    StartDde();
-    StartHotKeys();
-    if (state_.Suspended)
+    if (!exiting_)
+        StartDde();
+    if (!exiting_)
+        StartHotKeys();
+    if (!exiting_ && state_.Suspended)
         messages_.Show({SuspendedMessage(), Caption(), config::MessageIcon::Information,
                         config::MessageButtons::Ok});
-    return true;
+    return !exiting_;
 }
 
 void Runtime::VirtualInput(std::string_view bytes) {
@@ -177,6 +186,8 @@ void Runtime::StartDde() {
         dde_->OnChanged([this](const std::string& item, const std::string& text) {
             if (ddeBus_)
                 ddeBus_->Changed(item, text);
+            if (itemChanged)
+                itemChanged(item, text);
         });
         acquisition_->hooks.relinkCommand = [this] { dde_->RelinkCommand(); };
         acquisition_->hooks.relinkOutput = [this] { dde_->RelinkOutput(); };

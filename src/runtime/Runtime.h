@@ -28,6 +28,7 @@
 #include "serial/VirtualPort.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -82,6 +83,8 @@ public:
     // read), opens the port, or the virtual device with virtualDevice, and
     // starts everything in order: the loop, the keystroke delivery, the DDE
     // server and links, the hot keys. The caller then ticks it every 50 ms.
+    // Also false when the runtime was closed while a message of the start
+    // waited for the user; it has then told the platform.
     bool RunNormal(const std::string& file);
     bool RunVirtual(const std::string& file);
 
@@ -108,6 +111,12 @@ public:
     // What a runtime that starts suspended says: how input is resumed.
     std::string SuspendedMessage() const;
     std::string Caption() const;
+
+    // What a window shows: every change of an item ("Field(2)",
+    // "RecordNumber", "DateTime") with its text, and every change of the
+    // suspension (the caption and the menu follow it).
+    std::function<void(const std::string& item, const std::string& text)> itemChanged;
+    std::function<void()> suspendChanged;
 
     config::Config& cfg() { return cfg_; }
     engine::RuntimeState& state() { return state_; }

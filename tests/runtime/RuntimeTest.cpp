@@ -5,11 +5,8 @@
 #include "runtime/Runtime.h"
 
 #include "config/ConfigFile.h"
-#include "control/FakeDdeClient.h"
-#include "control/FakeHotKeyPlatform.h"
-#include "serial/FakePort.h"
-#include "serial/ReconnectingPort.h"
 #include "support/ProcessRunner.h"
+#include "support/RecordingPlatform.h"
 
 #include <gtest/gtest.h>
 
@@ -17,94 +14,11 @@
 #include <optional>
 
 using namespace runtime;
+using testsupport::RecordingPlatform;
 
 namespace {
 
 constexpr int F13 = 0x7C;
-
-// Everything the program around a runtime provides, recorded in one list of
-// calls so that their order shows.
-class RecordingPlatform : public RuntimePlatform {
-public:
-    std::vector<std::string> calls;
-    bool portOpens = true, bus = true, display = true;
-    serial::FakePort* port = nullptr;
-    control::FakeHotKeyPlatform* hotKeys = nullptr;
-    std::string deviceOutput;
-    std::optional<int> closed;
-
-    class Bus : public control::DdeBus {
-    public:
-        explicit Bus(RecordingPlatform& p) : p_(p) {}
-        Status Start(const std::string& name) override {
-            p_.calls.push_back("bus start " + name);
-            serving_ = true;
-            return Status::Serving;
-        }
-        void Stop() override {
-            p_.calls.push_back("bus stop");
-            serving_ = false;
-        }
-        bool Serving() const override { return serving_; }
-        void Changed(const std::string& item, const std::string& text) override {
-            p_.changes.push_back(item + "=" + text);
-        }
-
-    private:
-        RecordingPlatform& p_;
-        bool serving_ = false;
-    };
-    std::vector<std::string> changes;
-
-    // As the program does it: a port that is opened again when its device
-    // comes back, or when a reload asks for the new line settings.
-    std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override {
-        calls.push_back("open " + config::PortName(cfg));
-        if (!portOpens)
-            return nullptr;
-        auto open = [this] {
-            auto p = std::make_unique<serial::FakePort>();
-            port = p.get();
-            return p;
-        };
-        auto first = open();
-        return std::make_unique<serial::ReconnectingPort>(
-            std::move(first),
-            [this, open]() -> std::unique_ptr<serial::Port> {
-                calls.push_back("reopen");
-                return open();
-            },
-            "COM1", silent, clock);
-    }
-    config::SilentMessageSink silent;
-    engine::ManualClock clock;
-    void VirtualDeviceOutput(const std::string& bytes) override { deviceOutput += bytes; }
-    output::KeystrokeDelivery* Keystrokes(config::Config&) override {
-        calls.push_back("keystrokes");
-        return nullptr;
-    }
-    std::unique_ptr<control::DdeClient> NewDdeClient() override {
-        return std::make_unique<control::FakeDdeClient>();
-    }
-    std::unique_ptr<control::DdeBus> NewDdeBus(control::DdeServerHandler&) override {
-        if (!bus)
-            return nullptr;
-        return std::make_unique<Bus>(*this);
-    }
-    std::unique_ptr<control::HotKeyPlatform> NewHotKeyPlatform() override {
-        if (!display)
-            return nullptr;
-        auto p = std::make_unique<control::FakeHotKeyPlatform>();
-        hotKeys = p.get();
-        return p;
-    }
-    void ShowNormal() override { calls.push_back("normal"); }
-    void Minimize() override { calls.push_back("minimize"); }
-    void Closed(int status) override {
-        calls.push_back("closed " + std::to_string(status));
-        closed = status;
-    }
-};
 
 struct Rig {
     testsupport::TempDir dir;

@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <cstdlib>
+#include <filesystem>
 
 int main(int argc, char** argv) {
     // Tests set the locale record by hand; the C library stays in the C locale
@@ -15,6 +16,17 @@ int main(int argc, char** argv) {
     // Nor the desktop's X display: tests that need one start their own
     // (PrivateXServer), so they run alike on a desktop and in CI.
     ::unsetenv("DISPLAY");
+    // Nor the user's settings (COM mappings, window positions): a settings
+    // folder of its own for each test program, gone after it.
+    char settings[] = "/tmp/corvane-test-settings-XXXXXX";
+    const bool ownSettings = ::mkdtemp(settings) != nullptr;
+    if (ownSettings)
+        ::setenv("XDG_CONFIG_HOME", settings, 1);
     ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    if (ownSettings) {
+        std::error_code ignored;
+        std::filesystem::remove_all(settings, ignored);
+    }
+    return result;
 }

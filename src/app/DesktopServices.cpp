@@ -1,0 +1,77 @@
+#include "app/DesktopServices.h"
+
+#include "app/Headless.h"
+#include "control/DbusClient.h"
+#include "control/DbusServer.h"
+#include "control/X11HotKeys.h"
+#include "serial/PortSettings.h"
+#include "serial/PosixPort.h"
+#include "serial/ReconnectingPort.h"
+
+#include <QDBusConnection>
+
+#include <cstdlib>
+
+namespace app {
+
+DesktopServices::DesktopServices(config::MessageSink& messages, config::SettingsStore& store,
+                                 engine::Clock& clock, std::function<bool()> closing,
+                                 std::function<std::string()> caption)
+    : messages_(messages), store_(store), clock_(clock), closing_(std::move(closing)),
+      caption_(std::move(caption)) {}
+
+std::unique_ptr<serial::Port> DesktopServices::OpenPort(config::Config& cfg) {
+    std::string device = serial::DevicePathFor(cfg, store_, portPath_);
+    auto port = serial::OpenPosixPort(cfg, device, messages_, clock_);
+    if (!port)
+        return nullptr;
+    // Messages of reopening attempts are not shown: the loss itself is reported.
+    auto reopen = [this, &cfg, device]() {
+        return serial::OpenPosixPort(cfg, device, silentMessages_, clock_);
+    };
+    return std::make_unique<serial::ReconnectingPort>(
+        std::move(port), reopen, config::PortName(cfg) + " (" + device + ")", messages_, clock_);
+}
+
+output::KeystrokeDelivery* DesktopServices::Keystrokes(config::Config& cfg) {
+    keyboard_ = std::getenv("DISPLAY") ? output::X11Keyboard::Open() : nullptr;
+    if (!keyboard_) {
+        bool waylandOnly = std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY");
+        messages_.Show({waylandOnly ? "This is a Wayland session without X11: keystrokes "
+                                      "cannot reach native Wayland windows. Records are counted "
+                                      "but not typed."
+                                    : "The X display cannot be opened: records are counted but "
+                                      "not typed.",
+                        caption_(), config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        return nullptr;
+    }
+    windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
+    // SIGTERM and the window's Exit reach the runtime through the pumped
+    // events: the waits end with them.
+    auto pump = [this](int maxWaitMs) {
+        PumpEvents(maxWaitMs);
+        return !closing_();
+    };
+    sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
+    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *windows_, *sender_, messages_,
+                                                              clock_, pump);
+    return keystrokes_.get();
+}
+
+std::unique_ptr<control::DdeClient> DesktopServices::NewDdeClient() {
+    return std::make_unique<control::DbusClient>();
+}
+
+std::unique_ptr<control::DdeBus> DesktopServices::NewDdeBus(control::DdeServerHandler& handler) {
+    if (!QDBusConnection::sessionBus().isConnected())
+        return nullptr;
+    return std::make_unique<control::DbusServer>(handler);
+}
+
+std::unique_ptr<control::HotKeyPlatform> DesktopServices::NewHotKeyPlatform() {
+    // A connection of their own: the keystroke sender's exists only in Send
+    // Keystrokes mode, and its events are not ours.
+    return control::X11HotKeys::Open();
+}
+
+} // namespace app

@@ -1,0 +1,93 @@
+#include "app/WindowedRuntime.h"
+
+#include "engine/ProcessLocale.h"
+
+#include <cstdlib>
+
+namespace app {
+
+namespace {
+
+std::string Home() {
+    const char* home = std::getenv("HOME");
+    return home ? home : "";
+}
+
+} // namespace
+
+WindowedRuntime::WindowedRuntime()
+    : desktop_(
+          messages_, store_, clock_, [this] { return runtime_.Closing(); },
+          [this] { return runtime_.Caption(); }),
+      runtime_({*this, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(), Home()}) {
+}
+
+WindowedRuntime::~WindowedRuntime() = default;
+
+bool WindowedRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
+    desktop_.SetPortPath(options.portPath);
+    window_ = std::make_unique<ui::RuntimeWindow>(runtime_, store_);
+    if (options.virtualDevice) {
+        virtual_ = std::make_unique<ui::VirtualDeviceWindow>();
+        virtual_->onInput = [this](const std::string& bytes) { runtime_.VirtualInput(bytes); };
+    }
+    runtime_.itemChanged = [this](const std::string& item, const std::string& text) {
+        window_->ItemChanged(item, text);
+    };
+    runtime_.suspendChanged = [this] { window_->SuspendChanged(); };
+    window_->onCloseRequested = [this] { runtime_.Exit(); };
+    if (!(options.virtualDevice ? runtime_.RunVirtual(file) : runtime_.RunNormal(file))) {
+        window_.reset();
+        virtual_.reset();
+        return false;
+    }
+    window_->Build();
+    messages_.SetParent(window_.get());
+    window_->ShowAsConfigured();
+    if (virtual_) {
+        virtual_->ShowOutput(pendingOutput_);
+        virtual_->move(window_->frameGeometry().topRight() + QPoint(12, 0));
+        virtual_->show();
+    }
+    QObject::connect(&timer_, &QTimer::timeout, [this] { runtime_.Tick(); });
+    timer_.start(50);
+    return true;
+}
+
+void WindowedRuntime::VirtualDeviceOutput(const std::string& bytes) {
+    if (virtual_ && virtual_->isVisible())
+        virtual_->ShowOutput(bytes);
+    else
+        pendingOutput_ += bytes;
+}
+
+output::KeystrokeDelivery* WindowedRuntime::Keystrokes(config::Config& cfg) {
+    output::KeystrokeDelivery* delivery = desktop_.Keystrokes(cfg);
+    // Nothing is typed while the runtime's own window is in front.
+    if (auto* keystrokes = desktop_.keystrokes(); keystrokes && window_)
+        keystrokes->ownWindow = static_cast<output::WindowId>(window_->winId());
+    return delivery;
+}
+
+void WindowedRuntime::ShowNormal() {
+    if (window_)
+        window_->showNormal();
+}
+
+void WindowedRuntime::Minimize() {
+    if (window_)
+        window_->showMinimized();
+}
+
+void WindowedRuntime::Closed(int exitStatus) {
+    timer_.stop();
+    messages_.SetParent(nullptr);
+    if (virtual_)
+        virtual_->close();
+    if (window_)
+        window_->RuntimeClosed();
+    if (onFinished)
+        onFinished(exitStatus);
+}
+
+} // namespace app

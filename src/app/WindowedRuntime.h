@@ -1,0 +1,70 @@
+#pragma once
+// The runtime with its window: the shared runtime ticked by a 50 ms timer,
+// shown in the runtime window (and, on the virtual device, the virtual
+// serial device window beside it), with messages in message boxes and the
+// desktop's clipboard. Closing the window closes the runtime in order.
+
+#include "app/DesktopServices.h"
+#include "app/HeadlessRuntime.h"
+#include "config/QtSettingsStore.h"
+#include "engine/PosixClock.h"
+#include "runtime/Runtime.h"
+#include "ui/QtClipboard.h"
+#include "ui/QtMessageSink.h"
+#include "ui/RuntimeWindow.h"
+#include "ui/VirtualDeviceWindow.h"
+
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace app {
+
+class WindowedRuntime : private runtime::RuntimePlatform {
+public:
+    WindowedRuntime();
+    ~WindowedRuntime() override;
+
+    // Activates file and shows the window; false, after the message box,
+    // when the configuration or its port cannot be opened (no window then).
+    bool Activate(const std::string& file, const HeadlessOptions& options);
+    void Exit() { runtime_.Exit(); }
+
+    // Once the runtime has closed and its window is gone.
+    std::function<void(int)> onFinished;
+
+    ui::RuntimeWindow* window() const { return window_.get(); }
+    ui::VirtualDeviceWindow* virtualDevice() const { return virtual_.get(); }
+    runtime::Runtime& runtime() { return runtime_; }
+
+private:
+    std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override {
+        return desktop_.OpenPort(cfg);
+    }
+    void VirtualDeviceOutput(const std::string& bytes) override;
+    output::KeystrokeDelivery* Keystrokes(config::Config& cfg) override;
+    std::unique_ptr<control::DdeClient> NewDdeClient() override { return desktop_.NewDdeClient(); }
+    std::unique_ptr<control::DdeBus> NewDdeBus(control::DdeServerHandler& handler) override {
+        return desktop_.NewDdeBus(handler);
+    }
+    std::unique_ptr<control::HotKeyPlatform> NewHotKeyPlatform() override {
+        return desktop_.NewHotKeyPlatform();
+    }
+    void ShowNormal() override;
+    void Minimize() override;
+    void Closed(int exitStatus) override;
+
+    ui::QtMessageSink messages_;
+    config::QtSettingsStore store_;
+    engine::PosixClock clock_;
+    ui::QtClipboard clipboard_;
+    DesktopServices desktop_;
+    QTimer timer_;
+    std::unique_ptr<ui::RuntimeWindow> window_;
+    std::unique_ptr<ui::VirtualDeviceWindow> virtual_;
+    std::string pendingOutput_; // sent before the virtual device window exists
+    runtime::Runtime runtime_;
+};
+
+} // namespace app

@@ -1,0 +1,59 @@
+// corvane run with its window, under a private Xvfb with openbox and a
+// private session bus: records arrive in the window's boxes and the log, and
+// closing the window through the window manager closes the runtime in order
+// and ends the program with status 0.
+
+#include "support/PrivateBus.h"
+#include "support/PrivateXServer.h"
+#include "support/ProcessRunner.h"
+#include "support/PseudoTerminal.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+using testsupport::ChildProcess;
+using testsupport::RunProgram;
+using testsupport::WaitFor;
+
+TEST(WindowedRun, RecordsArriveAndTheWindowManagersCloseEndsTheProgram) {
+    if (!testsupport::PrivateXServer::Available())
+        GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
+    testsupport::PrivateXServer xserver;
+    ASSERT_TRUE(xserver.started());
+    testsupport::PrivateBus bus;
+    ChildProcess openbox({"/usr/bin/openbox"});
+    ASSERT_TRUE(WaitFor(10s, [] {
+        return RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"})
+                   .out.find("window id") != std::string::npos;
+    }));
+
+    testsupport::TempDir dir;
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 2;
+    cfg["LogFileName"] = (dir.path / "window.log").string();
+    const auto qx3 = testsupport::BuildConfigFile(dir, "window", cfg.dump());
+    testsupport::PseudoTerminal pty;
+    ChildProcess runtime({CORVANE_BINARY, "run", "--port", pty.slaveName(), qx3.string()});
+    auto windowShown = [] {
+        return RunProgram({"/usr/bin/xdotool", "search", "--name", "^Corvane - COM1$"}).exitCode ==
+               0;
+    };
+    ASSERT_TRUE(WaitFor(15s, windowShown)) << runtime.Stderr();
+    ASSERT_TRUE(pty.Write("12.5\r7\r"));
+    // Each record is a line of the log (its own carriage return included).
+    const auto log = dir.path / "window.log";
+    ASSERT_TRUE(WaitFor(5s, [&] {
+        const std::string text = testsupport::ReadFileBytes(log);
+        return text.rfind("12.5", 0) == 0 && text.find("\n7") != std::string::npos;
+    })) << testsupport::ReadFileBytes(log);
+
+    // As the user clicks the close box: the window manager asks the window.
+    ASSERT_EQ(RunProgram({"/usr/bin/wmctrl", "-c", "Corvane - COM1"}).exitCode, 0);
+    auto status = runtime.WaitExit(10s);
+    ASSERT_TRUE(status.has_value()) << "the program did not end";
+    EXPECT_EQ(*status, 0) << runtime.Stderr();
+    EXPECT_FALSE(windowShown());
+}
