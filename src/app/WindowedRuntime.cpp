@@ -2,6 +2,8 @@
 
 #include "engine/ProcessLocale.h"
 
+#include <QScreen>
+
 #include <cstdlib>
 
 namespace app {
@@ -46,7 +48,13 @@ bool WindowedRuntime::Activate(const std::string& file, const HeadlessOptions& o
     window_->ShowAsConfigured();
     if (virtual_) {
         virtual_->ShowOutput(pendingOutput_);
-        virtual_->move(window_->frameGeometry().topRight() + QPoint(12, 0));
+        // Beside the runtime window, or below it when the screen is too narrow.
+        const QRect runtimeFrame = window_->frameGeometry();
+        QPoint at = runtimeFrame.topRight() + QPoint(12, 0);
+        if (const QScreen* screen = window_->screen();
+            screen && at.x() + virtual_->width() > screen->availableGeometry().right())
+            at = runtimeFrame.bottomLeft() + QPoint(0, 12);
+        virtual_->move(at);
         virtual_->show();
     }
     QObject::connect(&timer_, &QTimer::timeout, [this] { runtime_.Tick(); });

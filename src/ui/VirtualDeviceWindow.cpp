@@ -24,7 +24,10 @@ std::string ShownByte(unsigned char byte) {
 VirtualDeviceWindow::VirtualDeviceWindow(QWidget* parent) : QWidget(parent, Qt::Window) {
     setWindowTitle("Virtual Serial Device");
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel("Type what the instrument sends (Enter sends a carriage return):"));
+    auto* prompt = new QLabel("Type what the instrument sends. Enter sends a carriage return, "
+                              "which ends a line as most instruments do.");
+    prompt->setWordWrap(true);
+    layout->addWidget(prompt);
     input_ = new QPlainTextEdit(this);
     input_->setObjectName("VirtualInput");
     input_->installEventFilter(this);
