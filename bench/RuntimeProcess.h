@@ -1,9 +1,11 @@
 #pragma once
-// A headless runtime started by a benchmark: its configuration built in a
-// temporary folder, a raw pseudo-terminal as its port, and its CPU time read
-// from /proc (as any process's).
+// A runtime started by a benchmark, headless or with its window: its
+// configuration built in a temporary folder, a raw pseudo-terminal as its
+// port, and its CPU time read from /proc (as any process's). Also the private
+// session bus and X display that benchmarks start for it.
 
 #include <csignal>
+#include <fcntl.h>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -36,9 +38,10 @@ struct RuntimeProcess {
     pid_t pid = -1;
 
     // json gives the configuration for the runtime's folder; busAddress, when
-    // not empty, is the session bus the runtime uses.
+    // not empty, is the session bus the runtime uses; display, when not
+    // empty, is the X display of a runtime with its window (else headless).
     explicit RuntimeProcess(const std::function<std::string(const std::filesystem::path&)>& json,
-                            const std::string& busAddress = "") {
+                            const std::string& busAddress = "", const std::string& display = "") {
         char tmpl[] = "/tmp/corvane-bench-XXXXXX";
         dir = mkdtemp(tmpl);
         std::ofstream(dir / "cfg.json") << json(dir);
@@ -56,8 +59,15 @@ struct RuntimeProcess {
         if (pid == 0) {
             if (!busAddress.empty())
                 setenv("DBUS_SESSION_BUS_ADDRESS", busAddress.c_str(), 1);
-            execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--headless", "--port", name,
-                  (dir / "b.QX3").c_str(), nullptr);
+            if (!display.empty()) {
+                setenv("DISPLAY", display.c_str(), 1);
+                setenv("XDG_CONFIG_HOME", dir.c_str(), 1); // the window's place stays here
+                execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--port", name,
+                      (dir / "b.QX3").c_str(), nullptr);
+            } else {
+                execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--headless", "--port", name,
+                      (dir / "b.QX3").c_str(), nullptr);
+            }
             _exit(127);
         }
     }
@@ -74,6 +84,61 @@ struct RuntimeProcess {
 
     // User plus system CPU seconds of the runtime so far.
     double CpuSeconds() const { return ProcessCpuSeconds(pid); }
+};
+
+// A dbus-daemon of the benchmark's own.
+struct PrivateBus {
+    pid_t pid = -1;
+    std::string address;
+    PrivateBus() {
+        int out[2];
+        if (pipe(out) != 0)
+            return;
+        pid = fork();
+        if (pid == 0) {
+            dup2(out[1], 1);
+            const int quiet = ::open("/dev/null", O_WRONLY);
+            dup2(quiet, 2); // its remarks (such as on the fd limit) are not the figures
+            execl(DBUS_DAEMON, DBUS_DAEMON, "--session", "--nofork", "--print-address=1", nullptr);
+            _exit(127);
+        }
+        ::close(out[1]);
+        char c;
+        while (::read(out[0], &c, 1) == 1 && c != '\n')
+            address += c;
+        ::close(out[0]);
+    }
+    ~PrivateBus() {
+        kill(pid, SIGTERM);
+        waitpid(pid, nullptr, 0);
+    }
+};
+
+// An Xvfb of the benchmark's own; display is empty when it did not start.
+struct PrivateDisplay {
+    pid_t pid = -1;
+    std::string display;
+    PrivateDisplay() {
+        const std::string name = ":" + std::to_string(190 + getpid() % 40);
+        pid = fork();
+        if (pid == 0) {
+            const int quiet = ::open("/dev/null", O_WRONLY);
+            dup2(quiet, 1);
+            dup2(quiet, 2);
+            execlp("Xvfb", "Xvfb", name.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+                   nullptr);
+            _exit(127);
+        }
+        const std::string socket = "/tmp/.X11-unix/X" + name.substr(1);
+        for (int i = 0; i < 200 && !std::filesystem::exists(socket); ++i)
+            usleep(50000);
+        if (std::filesystem::exists(socket))
+            display = name;
+    }
+    ~PrivateDisplay() {
+        kill(pid, SIGTERM);
+        waitpid(pid, nullptr, 0);
+    }
 };
 
 } // namespace benchrig

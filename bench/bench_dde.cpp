@@ -36,34 +36,6 @@ namespace {
 
 const std::string BusName = "org.corvane.Corvane.COM1";
 
-// A dbus-daemon of the benchmark's own.
-struct PrivateBus {
-    pid_t pid = -1;
-    std::string address;
-    PrivateBus() {
-        int out[2];
-        if (pipe(out) != 0)
-            return;
-        pid = fork();
-        if (pid == 0) {
-            dup2(out[1], 1);
-            const int quiet = ::open("/dev/null", O_WRONLY);
-            dup2(quiet, 2); // its remarks (such as on the fd limit) are not the figures
-            execl(DBUS_DAEMON, DBUS_DAEMON, "--session", "--nofork", "--print-address=1", nullptr);
-            _exit(127);
-        }
-        ::close(out[1]);
-        char c;
-        while (::read(out[0], &c, 1) == 1 && c != '\n')
-            address += c;
-        ::close(out[0]);
-    }
-    ~PrivateBus() {
-        kill(pid, SIGTERM);
-        waitpid(pid, nullptr, 0);
-    }
-};
-
 // A headless runtime in DDE Server mode on a pseudo-terminal: four
 // comma-delimited fields per line.
 struct Runtime : benchrig::RuntimeProcess {
@@ -115,7 +87,7 @@ public slots:
 // A runtime on a bus of its own, followed from this process, and a thread
 // that writes records to its port.
 struct Rig {
-    PrivateBus bus;
+    benchrig::PrivateBus bus;
     Runtime runtime{bus.address};
     QString connectionName;
     QDBusConnection connection;
