@@ -69,7 +69,7 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
         else
             runtime.Exit();
     });
-    HeadlessOptions runtimeOptions;
+    RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options.virtualDevice;
     runtimeOptions.portPath = options.portPath;
     // Closed while a start-up message waited (a signal): it ends with the
@@ -106,7 +106,7 @@ int CmdRun(int argc, char** argv, const Args& args) {
             &application, [status] { QCoreApplication::exit(status); }, Qt::QueuedConnection);
     };
     SignalWatcher signalWatcher([&](int) { runtime.Exit(); });
-    HeadlessOptions runtimeOptions;
+    RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options->virtualDevice;
     runtimeOptions.portPath = options->portPath;
     if (!runtime.Activate(options->file, runtimeOptions))

@@ -24,6 +24,13 @@
 
 namespace app {
 
+// Where a runtime reads from: the virtual device, or a port (the one its COM
+// name is mapped to unless portPath names another).
+struct RuntimeOptions {
+    bool virtualDevice = false;
+    std::optional<std::string> portPath;
+};
+
 class DesktopServices {
 public:
     // closing tells the keystroke waits that the runtime is closing; caption

@@ -32,7 +32,7 @@ HeadlessRuntime::~HeadlessRuntime() {
         ::fcntl(STDIN_FILENO, F_SETFL, stdinFlags_);
 }
 
-bool HeadlessRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
+bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& options) {
     desktop_.SetPortPath(options.portPath);
     virtualDevice_ = options.virtualDevice;
     if (virtualDevice_) {

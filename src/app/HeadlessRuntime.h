@@ -21,11 +21,6 @@
 
 namespace app {
 
-struct HeadlessOptions {
-    bool virtualDevice = false;
-    std::optional<std::string> portPath;
-};
-
 // Without a window, the window commands of other programs ("{APPNORMAL}",
 // "{APPMINIMIZE}") are accepted and do nothing, and there is no clipboard.
 class HeadlessRuntime : private runtime::RuntimePlatform {
@@ -35,7 +30,7 @@ public:
 
     // Loads the configuration, opens the port (or the virtual device) and
     // starts the timer. False, after the message, when that fails.
-    bool Activate(const std::string& file, const HeadlessOptions& options);
+    bool Activate(const std::string& file, const RuntimeOptions& options);
 
     // Closes the runtime in order: output flushed, lines lowered, port closed.
     // Records that could not be logged are written to standard error, and the

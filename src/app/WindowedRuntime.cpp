@@ -26,7 +26,7 @@ WindowedRuntime::WindowedRuntime()
 
 WindowedRuntime::~WindowedRuntime() = default;
 
-bool WindowedRuntime::Activate(const std::string& file, const HeadlessOptions& options) {
+bool WindowedRuntime::Activate(const std::string& file, const RuntimeOptions& options) {
     desktop_.SetPortPath(options.portPath);
     window_ = std::make_unique<ui::RuntimeWindow>(runtime_, store_);
     if (options.virtualDevice) {

@@ -5,7 +5,6 @@
 // desktop's clipboard. Closing the window closes the runtime in order.
 
 #include "app/DesktopServices.h"
-#include "app/HeadlessRuntime.h"
 #include "config/QtSettingsStore.h"
 #include "engine/PosixClock.h"
 #include "runtime/Runtime.h"
@@ -28,7 +27,7 @@ public:
 
     // Activates file and shows the window; false, after the message box,
     // when the configuration or its port cannot be opened (no window then).
-    bool Activate(const std::string& file, const HeadlessOptions& options);
+    bool Activate(const std::string& file, const RuntimeOptions& options);
     void Exit() { runtime_.Exit(); }
 
     // Once the runtime has closed and its window is gone.

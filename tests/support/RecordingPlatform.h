@@ -18,8 +18,6 @@
 
 namespace testsupport {
 
-// Everything the program around a runtime provides, recorded in one list of
-// calls so that their order shows.
 class RecordingPlatform : public runtime::RuntimePlatform {
 public:
     std::vector<std::string> calls;
