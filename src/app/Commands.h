@@ -21,6 +21,9 @@ int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke
 int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
 int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
 
+// The setup window (`corvane [FILE]`); the exit status.
+int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
+
 // The Port Test window (`run --test`); the exit status.
 int RunPortTest(int argc, char** argv, const std::string& file,
                 const std::optional<std::string>& portPath);

@@ -187,7 +187,9 @@ std::string Sentence(std::string_view summary) {
 } // namespace
 
 std::string OverviewHelp() {
-    std::string out = "Usage:\n  corvane COMMAND [ARGUMENTS]\n\n";
+    std::string out = "Usage:\n  corvane [FILE]\n"
+                      "      open the setup window with FILE, or the last file used\n"
+                      "  corvane COMMAND [ARGUMENTS]\n\n";
     for (const auto& c : Commands()) {
         for (auto form : c.forms)
             out += "  corvane " + std::string(form) + '\n';

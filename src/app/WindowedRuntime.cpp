@@ -27,6 +27,18 @@ WindowedRuntime::WindowedRuntime()
 WindowedRuntime::~WindowedRuntime() = default;
 
 bool WindowedRuntime::Activate(const std::string& file, const RuntimeOptions& options) {
+    return Activate(options, [&] {
+        return options.virtualDevice ? runtime_.RunVirtual(file) : runtime_.RunNormal(file);
+    });
+}
+
+bool WindowedRuntime::Activate(const config::Config& cfg, const RuntimeOptions& options) {
+    return Activate(options, [&] {
+        return options.virtualDevice ? runtime_.RunVirtual(cfg) : runtime_.RunNormal(cfg);
+    });
+}
+
+bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::function<bool()>& run) {
     desktop_.SetPortPath(options.portPath);
     window_ = std::make_unique<ui::RuntimeWindow>(runtime_, store_);
     if (options.virtualDevice) {
@@ -38,7 +50,7 @@ bool WindowedRuntime::Activate(const std::string& file, const RuntimeOptions& op
     };
     runtime_.suspendChanged = [this] { window_->SuspendChanged(); };
     window_->onCloseRequested = [this] { runtime_.Exit(); };
-    if (!(options.virtualDevice ? runtime_.RunVirtual(file) : runtime_.RunNormal(file))) {
+    if (!run()) {
         window_.reset();
         virtual_.reset();
         return false;

@@ -28,6 +28,8 @@ public:
     // Activates file and shows the window; false, after the message box,
     // when the configuration or its port cannot be opened (no window then).
     bool Activate(const std::string& file, const RuntimeOptions& options);
+    // The setup window's configuration, as it is in memory.
+    bool Activate(const config::Config& cfg, const RuntimeOptions& options);
     void Exit() { runtime_.Exit(); }
 
     // Once the runtime has closed and its window is gone.
@@ -38,6 +40,8 @@ public:
     runtime::Runtime& runtime() { return runtime_; }
 
 private:
+    bool Activate(const RuntimeOptions& options, const std::function<bool()>& run);
+
     std::unique_ptr<serial::Port> OpenPort(config::Config& cfg) override {
         return desktop_.OpenPort(cfg);
     }

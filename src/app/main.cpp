@@ -20,11 +20,13 @@ void ReportMessage(const std::string& title, const std::string& text) {
 } // namespace app
 
 int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fputs(app::OverviewHelp().c_str(), stderr);
-        return 2;
-    }
+    // No command, or a file: the setup window.
+    if (argc < 2)
+        return app::RunSetup(argc, argv, std::nullopt);
     std::string command = argv[1];
+    if (argc == 2 && !command.empty() && command[0] != '-' && command != "help" &&
+        !app::FindCommand(command))
+        return app::RunSetup(argc, argv, command);
     app::Args rest(argv + 2, argv + argc);
     if (command == "--help" || command == "-h" || command == "help") {
         const app::CommandHelp* about = rest.empty() ? nullptr : app::FindCommand(rest[0]);

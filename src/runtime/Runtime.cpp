@@ -53,9 +53,23 @@ bool Runtime::RunVirtual(const std::string& file) {
     return Run(file, true);
 }
 
+bool Runtime::RunNormal(const config::Config& cfg) {
+    cfg_ = cfg;
+    return Start(false);
+}
+
+bool Runtime::RunVirtual(const config::Config& cfg) {
+    cfg_ = cfg;
+    return Start(true);
+}
+
 bool Runtime::Run(const std::string& file, bool virtualDevice) {
     if (!LoadActivationFile(cfg_, file, messages_))
         return false;
+    return Start(virtualDevice);
+}
+
+bool Runtime::Start(bool virtualDevice) {
     if (virtualDevice) {
         state_.RunMode = engine::VirtualDevice;
         auto port = std::make_unique<serial::VirtualPort>(

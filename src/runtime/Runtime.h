@@ -87,6 +87,10 @@ public:
     // waited for the user; it has then told the platform.
     bool RunNormal(const std::string& file);
     bool RunVirtual(const std::string& file);
+    // The same with a configuration in memory, as the setup window holds it
+    // (changes not saved yet included).
+    bool RunNormal(const config::Config& cfg);
+    bool RunVirtual(const config::Config& cfg);
 
     // The 50 ms tick: a reload asked for by "{CONFIG(" first, then the loop.
     // At the end of the virtual device's input the pending records are
@@ -125,6 +129,7 @@ public:
 
 private:
     bool Run(const std::string& file, bool virtualDevice);
+    bool Start(bool virtualDevice);
     void StartDde();
     void StopDde();
     void StartHotKeys();

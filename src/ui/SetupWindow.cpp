@@ -1,0 +1,271 @@
+#include "ui/SetupWindow.h"
+
+#include "config/ConfigFile.h"
+#include "config/RecentFiles.h"
+#include "control/HotKeys.h"
+#include "serial/PortSettings.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include <filesystem>
+
+namespace ui {
+
+namespace {
+
+QString Latin1(const std::string& s) {
+    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+std::string Path(const QString& s) {
+    const QByteArray bytes = s.toLocal8Bit();
+    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+const char* const TransferModeNames[] = {"Send Keystrokes", "DDE Server", "Log To Disk"};
+const char* const EndEventNames[] = {"a carriage return (or CR LF)", "a pause",
+                                     "a fixed number of bytes"};
+const char* const StructureNames[] = {"one field", "delimited fields", "fixed-length fields"};
+
+} // namespace
+
+std::string DescribeConfiguration(const config::Config& cfg) {
+    const serial::LineSettings line = serial::MapSettings(cfg);
+    static const char* const parities[] = {"None", "Odd", "Even", "Mark", "Space"};
+    static const char* const stops[] = {"1", "1.5", "2"};
+    std::string text = "Port: " + config::PortName(cfg) + ", " + std::to_string(line.baudRate) +
+                       " baud, parity " + parities[static_cast<int>(line.parity)] + ", " +
+                       std::to_string(line.dataBits) + " data bits, " +
+                       stops[static_cast<int>(line.stopBits)] + " stop bit" +
+                       (line.stopBits == serial::StopBits::One ? "" : "s") + "\n";
+    const auto pick = [](const char* const* names, long index, long count) {
+        return index >= 0 && index < count ? std::string(names[index]) : std::string("?");
+    };
+    text += "Records end at " + pick(EndEventNames, cfg.EndOfRecordEvent, 3) + "; " +
+            pick(StructureNames, cfg.RecordStructure, 3);
+    if (cfg.RecordStructure != 0)
+        text += " (" + std::to_string(cfg.NumFields) + ")";
+    text += "\nDelivery: " + pick(TransferModeNames, cfg.TransferMode, 3);
+    if (cfg.TransferMode == config::SendKeystrokes && !cfg.TargetAppTitle.empty())
+        text += " into the window titled \"" + cfg.TargetAppTitle + "\"";
+    else if (cfg.TransferMode == config::LogToDisk)
+        text += " to " + cfg.LogFileName;
+    else if (cfg.TransferMode == config::DdeServer)
+        text += " as Corvane " + config::DdeTopic(cfg);
+    const std::size_t hotKeys = control::HotKeyTable(cfg).size();
+    if (hotKeys > 0)
+        text += "\nHot keys: " + std::to_string(hotKeys);
+    return text;
+}
+
+SetupWindow::SetupWindow(config::Config& cfg, config::SettingsStore& store,
+                         config::MessageSink& messages, QWidget* parent)
+    : QMainWindow(parent), cfg_(cfg), store_(store), messages_(messages) {
+    auto* central = new QWidget(this);
+    auto* layout = new QVBoxLayout(central);
+    overview_ = new QLabel(central);
+    overview_->setObjectName("Overview");
+    overview_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    overview_->setWordWrap(true);
+    layout->addWidget(overview_);
+    layout->addStretch();
+    setCentralWidget(central);
+    resize(520, 200);
+    BuildMenus();
+    Refresh();
+}
+
+QString SetupWindow::Title(const config::Config& cfg) {
+    if (cfg.ConfigFileName.empty())
+        return "Corvane Setup (Untitled)";
+    return "Corvane Setup - " +
+           QFileInfo(QString::fromLocal8Bit(cfg.ConfigFileName.c_str())).fileName();
+}
+
+void SetupWindow::Refresh() {
+    setWindowTitle(Title(cfg_) + (cfg_.ConfigChanged ? " *" : ""));
+    overview_->setText(Latin1(DescribeConfiguration(cfg_)));
+    RefreshRecentFiles();
+}
+
+void SetupWindow::BuildMenus() {
+    file_ = menuBar()->addMenu("&File");
+    file_->addAction("&New", QKeySequence::New, this, [this] { New(); });
+    file_->addAction("&Open...", QKeySequence::Open, this, [this] {
+        if (!MayLeave())
+            return;
+        const QString path = QFileDialog::getOpenFileName(
+            this, "Open Configuration", QString(),
+            "Corvane Config (*.QX3);;Corvane 1.x Config (*.QX1);;All Files (*)");
+        if (!path.isEmpty()) {
+            cfg_.ConfigChanged = config::False; // already asked
+            Open(Path(path));
+        }
+    });
+    file_->addAction("&Save", QKeySequence::Save, this, [this] { Save(); });
+    file_->addAction("Save &As...", QKeySequence::SaveAs, this, [this] {
+        QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
+                                                    "Corvane Config (*.QX3);;All Files (*)");
+        if (path.isEmpty())
+            return;
+        if (QFileInfo(path).suffix().isEmpty())
+            path += ".QX3";
+        SaveAs(Path(path));
+    });
+    recentSeparator_ = file_->addSeparator();
+    file_->addSeparator();
+    file_->addAction("E&xit", this, [this] { close(); });
+
+    QMenu* run = menuBar()->addMenu("&Run");
+    run->addAction("&Normal Mode", this, [this] {
+        if (onRun)
+            onRun(RunMode::Normal);
+    });
+    run->addAction("&Virtual Mode", this, [this] {
+        if (onRun)
+            onRun(RunMode::Virtual);
+    });
+    run->addAction("&Port Test", this, [this] {
+        if (onRun)
+            onRun(RunMode::PortTest);
+    });
+
+    QMenu* help = menuBar()->addMenu("&Help");
+    help->addAction("&User Guide", this, [] {
+        // The installed README, else the one beside the program's sources.
+        const QString installed = "/usr/share/doc/corvane/README.md";
+        QDesktopServices::openUrl(QUrl::fromLocalFile(
+            QFileInfo::exists(installed) ? installed : QString(CORVANE_README)));
+    });
+    help->addAction("&About Corvane", this, [this] {
+        QMessageBox::about(this, "About Corvane",
+                           "<b>Corvane " CORVANE_VERSION "</b><p>Serial-port data acquisition "
+                           "into keystrokes, D-Bus and log files.</p><p>Built with Qt " QT_VERSION_STR
+                           ", used under the GNU LGPL version 3.</p>");
+    });
+}
+
+void SetupWindow::RefreshRecentFiles() {
+    for (QAction* a : recent_) {
+        file_->removeAction(a);
+        a->deleteLater();
+    }
+    recent_.clear();
+    const std::vector<std::string> files = config::ReadRecentFiles(store_);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::string path = files[i];
+        auto* action = new QAction(QString("&%1 %2").arg(i + 1).arg(QString::fromLocal8Bit(path.c_str())), file_);
+        connect(action, &QAction::triggered, this, [this, path] { Open(path); });
+        file_->insertAction(recentSeparator_, action);
+        recent_.push_back(action);
+    }
+    recentSeparator_->setVisible(!files.empty());
+}
+
+void SetupWindow::RememberFile(const std::string& path) {
+    const std::string absolute = std::filesystem::absolute(path).lexically_normal().string();
+    config::WriteRecentFiles(store_,
+                             config::AddRecentFile(config::ReadRecentFiles(store_), absolute));
+}
+
+bool SetupWindow::MayLeave() {
+    if (!cfg_.ConfigChanged)
+        return true;
+    SaveAnswer answer = SaveAnswer::Cancel;
+    if (askSave) {
+        answer = askSave();
+    } else {
+        const auto button = QMessageBox::question(
+            this, "Corvane Setup",
+            "The configuration has changed. Save the changes to " +
+                (cfg_.ConfigFileName.empty() ? QString("a file")
+                                             : QString::fromLocal8Bit(cfg_.ConfigFileName.c_str())) +
+                "?",
+            QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
+        answer = button == QMessageBox::Save      ? SaveAnswer::Save
+                 : button == QMessageBox::Discard ? SaveAnswer::Discard
+                                                  : SaveAnswer::Cancel;
+    }
+    if (answer == SaveAnswer::Cancel)
+        return false;
+    if (answer == SaveAnswer::Save) {
+        if (cfg_.ConfigFileName.empty()) {
+            QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
+                                                        "Corvane Config (*.QX3);;All Files (*)");
+            if (path.isEmpty())
+                return false;
+            return SaveAs(Path(path));
+        }
+        return Save();
+    }
+    return true;
+}
+
+bool SetupWindow::New() {
+    if (!MayLeave())
+        return false;
+    config::ResetToDefaults(cfg_);
+    cfg_.ConfigFileName.clear();
+    Refresh();
+    return true;
+}
+
+bool SetupWindow::Open(const std::string& path) {
+    if (!MayLeave())
+        return false;
+    config::NewOrLoadAtStart(cfg_, path, messages_, false);
+    if (cfg_.ConfigLoaded)
+        RememberFile(path);
+    Refresh();
+    return cfg_.ConfigLoaded;
+}
+
+bool SetupWindow::Save() {
+    if (cfg_.ConfigFileName.empty())
+        return false;
+    if (!config::SaveConfigFile(cfg_)) {
+        const std::string unkept = config::SettingTheFileCannotKeep(cfg_);
+        messages_.Show({unkept.empty() ? "Cannot write " + cfg_.ConfigFileName : unkept,
+                        "Corvane File Error", config::MessageIcon::Exclamation,
+                        config::MessageButtons::Ok});
+        return false;
+    }
+    cfg_.ConfigChanged = config::False;
+    RememberFile(cfg_.ConfigFileName);
+    Refresh();
+    return true;
+}
+
+bool SetupWindow::SaveAs(const std::string& path) {
+    const std::string previous = cfg_.ConfigFileName;
+    cfg_.ConfigFileName = path;
+    if (!Save()) {
+        cfg_.ConfigFileName = previous;
+        Refresh();
+        return false;
+    }
+    return true;
+}
+
+void SetupWindow::closeEvent(QCloseEvent* event) {
+    if (!MayLeave()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    if (onClosed)
+        onClosed();
+}
+
+} // namespace ui
