@@ -267,6 +267,20 @@ std::string CheckDomains(const Config& c) {
         return "DelimiterChar must be exactly one character";
     if (c.DdeTranslation.size() != 256 || c.LogTranslation.size() != 256)
         return "DdeTranslation and LogTranslation must be exactly 256 characters";
+    // Entry 0 of the field arrays numbers no field: the file does not keep
+    // it, so a value there would be lost without a word.
+    const Config defaults;
+    const struct {
+        const char* name;
+        bool same;
+    } unused[] = {{"FieldFilter", c.FieldFilter[0] == defaults.FieldFilter[0]},
+                  {"FieldLength", c.FieldLength[0] == defaults.FieldLength[0]},
+                  {"FieldFormat", c.FieldFormat[0] == defaults.FieldFormat[0]},
+                  {"FieldExpression", c.FieldExpression[0] == defaults.FieldExpression[0]},
+                  {"FieldPostamble", c.FieldPostamble[0] == defaults.FieldPostamble[0]}};
+    for (const auto& u : unused)
+        if (!u.same)
+            return std::string(u.name) + "[0] must be left as it is: no field has the number 0";
     for (int i = 1; i <= config::MaxFields; ++i)
         if (c.FieldFilter[i].size() != 1 ||
             std::string("CINHOB").find(c.FieldFilter[i][0]) == std::string::npos)
