@@ -52,8 +52,8 @@ std::string AnyBytes(FuzzedDataProvider& in, int most) {
 }
 
 const char* const Filters[] = {"", "C", "N", "I", "B", "H", "O", "n", "NH", "x"};
-const char* const Formats[] = {"",       "0.00",     "#,##0.0", "Fixed",      "Long Date",
-                               "dddd",   "0E+0",     "@@@-@",   "hh:nn:ss",   "Yes/No",
+const char* const Formats[] = {"",        "0.00",     "#,##0.0", "Fixed",       "Long Date",
+                               "dddd",    "0E+0",     "@@@-@",   "hh:nn:ss",    "Yes/No",
                                "%0.0E+0", "Currency", ">",       "mmmm d yyyy", "0;(0);\"zero\""};
 const char* const Expressions[] = {"",
                                    "field(1)*2",
@@ -81,7 +81,8 @@ void Configure(FuzzedDataProvider& in, config::Config& cfg) {
     cfg.RecordLength = AnyInteger(in, 0, 40);
     cfg.FlowControl = AnyInteger(in, 0, 3);
     cfg.BeepOnInput = in.ConsumeBool() ? config::True : config::False;
-    cfg.ActivateSuspended = in.ConsumeIntegralInRange<int>(0, 15) == 0 ? config::True : config::False;
+    cfg.ActivateSuspended =
+        in.ConsumeIntegralInRange<int>(0, 15) == 0 ? config::True : config::False;
     cfg.RecordPreamble = Pick(in, Postambles);
     for (int n = in.ConsumeIntegralInRange<int>(0, 6); n > 0; --n) {
         const auto f = in.ConsumeIntegralInRange<std::size_t>(0, config::MaxFields);
