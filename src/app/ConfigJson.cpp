@@ -1,5 +1,7 @@
 #include "app/ConfigJson.h"
 
+#include "config/ConfigFile.h"
+
 #include <limits>
 #include <type_traits>
 
@@ -219,6 +221,80 @@ std::string ApplyJson(Config& cfg, const json& in) {
                 return "unknown setting \"" + it.key() + "\"";
         }
     }
+    return "";
+}
+
+std::string CheckDomains(const Config& c) {
+    struct Range {
+        const char* name;
+        long value, lo, hi;
+    } ranges[] = {
+        {"BaudRate", c.BaudRate, 0, 13},
+        {"Parity", c.Parity, 0, 4},
+        {"DataBits", c.DataBits, 0, 3},
+        {"StopBits", c.StopBits, 0, 2},
+        {"FlowControl", c.FlowControl, 0, 3},
+        {"TransferMode", c.TransferMode, 0, 2},
+        {"StartOfRecordEvent", c.StartOfRecordEvent, 0, 3},
+        {"EndOfRecordEvent", c.EndOfRecordEvent, 0, 3},
+        {"RecordStructure", c.RecordStructure, 0, 2},
+        {"PortNumber", c.PortNumber, 0, 255},
+        {"ButtonDisplay", c.ButtonDisplay, 0, 3},
+        {"TimerEnabled", c.TimerEnabled, 0, 15},
+        {"InterCharDelay", c.InterCharDelay, 0, 2147483647L},
+        {"TimerInterval", c.TimerInterval, 0, 2147483647L},
+    };
+    for (const auto& r : ranges)
+        if (r.value < r.lo || r.value > r.hi)
+            return std::string(r.name) + " must be between " + std::to_string(r.lo) + " and " +
+                   std::to_string(r.hi);
+    struct FlagSetting {
+        const char* name;
+        config::Flag value;
+    } flags[] = {{"ActivateTarget", c.ActivateTarget},
+                 {"CmdLinkAuto", c.CmdLinkAuto},
+                 {"OutLinkAuto", c.OutLinkAuto},
+                 {"StripOutputCrLf", c.StripOutputCrLf},
+                 {"BeepOnInput", c.BeepOnInput},
+                 {"MinimizeOnActivation", c.MinimizeOnActivation},
+                 {"ActivateSuspended", c.ActivateSuspended},
+                 {"AlwaysOnTop", c.AlwaysOnTop},
+                 {"ShowDateTime", c.ShowDateTime}};
+    for (const auto& f : flags)
+        if (f.value != config::True && f.value != config::False)
+            return std::string(f.name) + " must be -1 (true) or 0 (false)";
+    if (c.DelimiterChar.size() != 1)
+        return "DelimiterChar must be exactly one character";
+    if (c.DdeTranslation.size() != 256 || c.LogTranslation.size() != 256)
+        return "DdeTranslation and LogTranslation must be exactly 256 characters";
+    // Entry 0 of the field arrays numbers no field: the file does not keep
+    // it, so a value there would be lost without a word.
+    const Config defaults;
+    const struct {
+        const char* name;
+        bool same;
+    } unused[] = {{"FieldFilter", c.FieldFilter[0] == defaults.FieldFilter[0]},
+                  {"FieldLength", c.FieldLength[0] == defaults.FieldLength[0]},
+                  {"FieldFormat", c.FieldFormat[0] == defaults.FieldFormat[0]},
+                  {"FieldExpression", c.FieldExpression[0] == defaults.FieldExpression[0]},
+                  {"FieldPostamble", c.FieldPostamble[0] == defaults.FieldPostamble[0]}};
+    for (const auto& u : unused)
+        if (!u.same)
+            return std::string(u.name) + "[0] must be left as it is: no field has the number 0";
+    for (int i = 1; i <= config::MaxFields; ++i)
+        if (c.FieldFilter[i].size() != 1 ||
+            std::string("CINHOB").find(c.FieldFilter[i][0]) == std::string::npos)
+            return "FieldFilter[" + std::to_string(i) + "] must be one of C, I, N, H, O, B";
+    for (int i = 0; i < config::NumHotKeys; ++i)
+        if (c.HotKeyAction[i] < 0 || c.HotKeyAction[i] > 13)
+            return "HotKeyAction[" + std::to_string(i) + "] must be between 0 and 13";
+    for (int i = 0; i < 256; ++i)
+        if (c.PreInputTranslation[i].size() != 1 && c.PreInputTranslation[i] != "Ignore" &&
+            c.PreInputTranslation[i] != "Void Record")
+            return "PreInputTranslation[" + std::to_string(i) +
+                   "] must be one character, \"Ignore\" or \"Void Record\"";
+    if (std::string unkept = config::SettingTheFileCannotKeep(c); !unkept.empty())
+        return unkept;
     return "";
 }
 

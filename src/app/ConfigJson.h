@@ -19,6 +19,11 @@ nlohmann::ordered_json ConfigToJson(const config::Config& cfg);
 // wrong array length, value out of its range); cfg may then be partly changed.
 std::string ApplyJson(config::Config& cfg, const nlohmann::json& json);
 
+// Values that the dialogs' lists and check boxes cannot produce, and line
+// breaks where the file cannot keep them: the first one as a message naming
+// the setting, empty when there is none. "config build" refuses such a record.
+std::string CheckDomains(const config::Config& cfg);
+
 // Latin-1 bytes to UTF-8 and back; FromUtf8 fails on code points above 255.
 std::string Latin1ToUtf8(const std::string& bytes);
 bool Utf8ToLatin1(const std::string& utf8, std::string& bytes);

@@ -183,6 +183,15 @@ void ReadPreInputEntry(Reader& r, std::string& target) {
     target = std::string(1, static_cast<char>(static_cast<int>(v)));
 }
 
+// The older layouts keep the delimiter itself on a line: its first character
+// is the delimiter and the rest of the line is dropped; an empty line leaves
+// the delimiter as it was. The record holds one character, as the current
+// layout stores it, so that a save keeps what was read.
+void ReadDelimiterLine(Reader& r, Config& cfg) {
+    if (auto line = r.Line(); line && !line->empty())
+        cfg.DelimiterChar = line->substr(0, 1);
+}
+
 void ReadPortAndRecordLines(Reader& r, Config& cfg, Layout layout) {
     Put(cfg.PortNumber, Int(r));
     Put(cfg.BaudRate, Int(r));
@@ -201,9 +210,7 @@ void ReadPortAndRecordLines(Reader& r, Config& cfg, Layout layout) {
     Put(cfg.RecordLength, Int(r));
     Put(cfg.NumFields, Int(r));
     if (layout == Layout::V200) {
-        // The delimiter itself: its first character, the rest of the line dropped.
-        if (auto line = r.Line(); line && !line->empty())
-            cfg.DelimiterChar = line->substr(0, 1);
+        ReadDelimiterLine(r, cfg);
     } else if (auto code = r.Number(0, 255)) {
         cfg.DelimiterChar = std::string(1, static_cast<char>(*code));
     }
@@ -330,7 +337,7 @@ LoadStatus LoadV11(Config& cfg, Reader& r, MessageSink& messages, bool duringSta
     Put(cfg.RecordStructure, Int(r));
     Put(cfg.RecordLength, Int(r));
     Put(cfg.NumFields, Int(r));
-    Put(cfg.DelimiterChar, r.Line());
+    ReadDelimiterLine(r, cfg);
     Put(cfg.TargetAppTitle, r.Line());
     Put(cfg.TargetAppCommand, r.Line());
     Put(cfg.ActivateTarget, Int(r));

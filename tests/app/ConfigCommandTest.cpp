@@ -103,6 +103,32 @@ TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {
     }
 }
 
+TEST(ConfigCommand, BuildRefusesAValueInEntryZeroOfAFieldArrayThatNoFileKeeps) {
+    TempDir dir;
+    fs::path fresh = dir.path / "fresh.QX3";
+    ASSERT_EQ(Corvane({"config", "new", fresh.string()}).exitCode, 0);
+    const auto defaults = nlohmann::json::parse(Corvane({"config", "dump", fresh.string()}).out);
+    for (const char* key :
+         {"FieldFilter", "FieldLength", "FieldFormat", "FieldExpression", "FieldPostamble"}) {
+        nlohmann::json setting = defaults[key];
+        ASSERT_EQ(setting.size(), 41u) << key;
+        setting[0] = setting[0].is_string() ? nlohmann::json("N") : nlohmann::json(4);
+        fs::path json = dir.path / (std::string(key) + ".json");
+        std::ofstream(json) << nlohmann::json{{key, setting}}.dump();
+        fs::path file = dir.path / (std::string(key) + ".QX3");
+        auto r = Corvane({"config", "build", json.string(), file.string()});
+        EXPECT_EQ(r.exitCode, 1) << key;
+        EXPECT_NE(r.err.find(std::string(key) + "[0] must be left as it is"), std::string::npos)
+            << r.err;
+        EXPECT_FALSE(fs::exists(file)) << key;
+    }
+    // The entry at its default builds.
+    fs::path json = dir.path / "defaults.json";
+    std::ofstream(json) << nlohmann::json{{"FieldPostamble", defaults["FieldPostamble"]}}.dump();
+    EXPECT_EQ(Corvane({"config", "build", json.string(), (dir.path / "ok.QX3").string()}).exitCode,
+              0);
+}
+
 TEST(ConfigCommand, ALineBreakIsRefusedByNameUnlessTheSettingReadsBackUnchanged) {
     // Every text setting in turn (in an array, one entry of it) is given a
     // CR LF: it is either refused, naming the setting, or kept exactly with

@@ -455,6 +455,27 @@ TEST(ConfigFile, Version1xLoadsAndMovesTheLastPostambleIntoTheDdeCommand) {
     EXPECT_EQ(k.DdeCmdText, "");
 }
 
+TEST(ConfigFile, OlderLayoutsKeepOneDelimiterCharacterSoThatASaveReadsBackTheSame) {
+    TempFile f("old.QX1");
+    for (const char* delimiterLine : {"; and more", ""}) {
+        std::string bytes = Version11File(SendKeystrokes, 3, "", "");
+        const std::size_t at = bytes.find("\r\n;\r\n");
+        ASSERT_NE(at, std::string::npos);
+        bytes.replace(at, 5, std::string("\r\n") + delimiterLine + "\r\n");
+        f.Write(bytes);
+        RecordingMessageSink sink;
+        Config c = Loaded(f, sink);
+        // The first character is the delimiter; an empty line keeps the default.
+        EXPECT_EQ(c.DelimiterChar, *delimiterLine ? ";" : ",") << delimiterLine;
+
+        TempFile saved;
+        c.ConfigFileName = saved.path.string();
+        ASSERT_TRUE(SaveConfigFile(c));
+        Config back = Loaded(saved, sink);
+        EXPECT_EQ(back.DelimiterChar, c.DelimiterChar) << delimiterLine;
+    }
+}
+
 TEST(ConfigFile, FilesThatEndEarlyKeepTheRestOfTheRecord) {
     Config source = Everywhere();
     std::string bytes = SerializeConfig(source);
