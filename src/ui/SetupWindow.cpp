@@ -4,6 +4,7 @@
 #include "config/RecentFiles.h"
 #include "control/HotKeys.h"
 #include "serial/PortSettings.h"
+#include "ui/PortSetupDialog.h"
 
 #include <QAction>
 #include <QApplication>
@@ -126,6 +127,20 @@ void SetupWindow::BuildMenus() {
     recentSeparator_ = file_->addSeparator();
     file_->addSeparator();
     file_->addAction("E&xit", this, [this] { close(); });
+
+    QMenu* settings = menuBar()->addMenu("&Settings");
+    settings->addAction("Serial &Port...", this, [this] {
+        PortSetupDialog dialog(
+            cfg_, messages_,
+            [this](const std::string& comName) {
+                config::Config probe = cfg_;
+                probe.PortNumber = static_cast<config::Integer>(std::stoi(comName.substr(3)) - 1);
+                return serial::DevicePathFor(probe, store_, std::nullopt);
+            },
+            this);
+        dialog.exec();
+        Refresh();
+    });
 
     QMenu* run = menuBar()->addMenu("&Run");
     run->addAction("&Normal Mode", this, [this] {
