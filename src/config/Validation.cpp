@@ -95,7 +95,7 @@ Check CheckDdeTopic(bool specifyTopic, const std::string& topic) {
     if (specifyTopic && Trim(topic).empty())
         return Refuse("DDE Topic value cannot be blank.\rPlease enter the text that you want to "
                       "use as the DDE Topic for Corvane.",
-                      "Invalid DDE Topic");
+                      "Invalid DDE Topic", true);
     return std::nullopt;
 }
 

@@ -4,7 +4,9 @@
 #include "config/RecentFiles.h"
 #include "control/HotKeys.h"
 #include "serial/PortSettings.h"
+#include "engine/ProcessLocale.h"
 #include "ui/PortSetupDialog.h"
+#include "ui/SettingsDialogs.h"
 
 #include <QAction>
 #include <QApplication>
@@ -138,6 +140,17 @@ void SetupWindow::BuildMenus() {
                 return serial::DevicePathFor(probe, store_, std::nullopt);
             },
             this);
+        dialog.exec();
+        Refresh();
+    });
+    settings->addAction("Send &Keystrokes To...", this, [this] {
+        AppSelectDialog dialog(cfg_, this);
+        dialog.exec();
+        Refresh();
+    });
+    settings->addAction("P&references...", this, [this] {
+        const engine::Locale locale = engine::ReadProcessLocale();
+        PreferencesDialog dialog(cfg_, messages_, locale, this);
         dialog.exec();
         Refresh();
     });

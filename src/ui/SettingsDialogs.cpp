@@ -1,0 +1,210 @@
+#include "ui/SettingsDialogs.h"
+
+#include "config/Validation.h"
+#include "engine/Format.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QRegularExpressionValidator>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace ui {
+
+namespace {
+
+QString Latin1(const std::string& s) {
+    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+std::string Bytes(const QString& s) {
+    const QByteArray bytes = s.toLatin1();
+    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+QDialogButtonBox* OkCancel(QDialog* dialog) {
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    return buttons;
+}
+
+config::Flag FlagOf(const QCheckBox* box) {
+    return box->isChecked() ? config::True : config::False;
+}
+
+} // namespace
+
+AppSelectDialog::AppSelectDialog(config::Config& cfg, QWidget* parent)
+    : QDialog(parent), cfg_(cfg) {
+    setWindowTitle("Send Keystrokes To:");
+    auto* form = new QFormLayout;
+    title_ = new QLineEdit(Latin1(cfg.TargetAppTitle), this);
+    title_->setObjectName("AppName");
+    title_->setMinimumWidth(320);
+    // Trimmed when it loses the focus.
+    connect(title_, &QLineEdit::editingFinished, this,
+            [this] { title_->setText(title_->text().trimmed()); });
+    form->addRow("Application &Title Bar Text:", title_);
+    command_ = new QLineEdit(Latin1(cfg.TargetAppCommand), this);
+    command_->setObjectName("AppCmd");
+    auto* browse = new QPushButton("&Browse...", this);
+    connect(browse, &QPushButton::clicked, this, [this] {
+        const QString file = QFileDialog::getOpenFileName(this, "Command Line", QString(),
+                                                          "Programs (*);;All Files (*)");
+        if (!file.isEmpty())
+            command_->setText(file);
+    });
+    auto* commandRow = new QHBoxLayout;
+    commandRow->addWidget(command_, 1);
+    commandRow->addWidget(browse);
+    form->addRow("&Command Line:", commandRow);
+    static_cast<QLabel*>(form->labelForField(commandRow))->setBuddy(command_);
+    delay_ = new QLineEdit(QString::number(cfg.InterCharDelay), this);
+    delay_->setObjectName("InterCharDelay");
+    // Digits only, as typed.
+    delay_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,9}"), delay_));
+    form->addRow("Time &Delay Between Keystrokes (ms):", delay_);
+    auto* note = new QLabel(
+        "The Time Delay Between Keystrokes is the amount of time Corvane will wait between each "
+        "keystroke sent to the target application program.\nSet to 0 for the fastest possible "
+        "data transfer.\nSet to higher values for applications that have trouble receiving "
+        "keystrokes from Corvane.",
+        this);
+    note->setWordWrap(true);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(form);
+    layout->addWidget(note);
+    layout->addWidget(OkCancel(this));
+}
+
+void AppSelectDialog::accept() {
+    const std::string title = Bytes(title_->text().trimmed());
+    const std::string command = Bytes(command_->text().trimmed());
+    const auto delay = static_cast<config::Long>(delay_->text().toLong());
+    if (title != cfg_.TargetAppTitle || command != cfg_.TargetAppCommand ||
+        delay != cfg_.InterCharDelay) {
+        cfg_.TargetAppTitle = title;
+        cfg_.TargetAppCommand = command;
+        cfg_.InterCharDelay = delay;
+        cfg_.ActivateTarget = !title.empty() || !command.empty() ? config::True : config::False;
+        cfg_.ConfigChanged = config::True;
+    }
+    QDialog::accept();
+}
+
+PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& messages,
+                                     const engine::Locale& locale, QWidget* parent)
+    : QDialog(parent), cfg_(cfg), messages_(messages), locale_(locale) {
+    setWindowTitle("Corvane Preferences");
+    auto* layout = new QVBoxLayout(this);
+    auto* form = new QFormLayout;
+    logFile_ = new QLineEdit(Latin1(cfg.LogFileName), this);
+    logFile_->setObjectName("LogFileName");
+    logFile_->setMinimumWidth(320);
+    form->addRow("&Log File:", logFile_);
+    layout->addLayout(form);
+
+    const struct {
+        const char* name;
+        const char* caption;
+        bool checked;
+    } boxes[] = {
+        {"BeepOnInput", "&Beep on Input", cfg.BeepOnInput != 0},
+        {"MinimizeOnActivation", "&Minimize on Activation", cfg.MinimizeOnActivation != 0},
+        {"ActivateSuspended", "Activate Initially &Suspended", cfg.ActivateSuspended != 0},
+        {"AlwaysOnTop", "Display Vardle Window &Always on Top", cfg.AlwaysOnTop != 0},
+        {"ShowDtr", "Display D&TR Toggle Button in Vardle Window", (cfg.ButtonDisplay & 1) != 0},
+        {"ShowBreak", "Display B&REAK Button in Vardle Window", (cfg.ButtonDisplay & 2) != 0},
+        {"ShowDateTime", "Display &Date/Time in Vardle Window", cfg.ShowDateTime != 0},
+    };
+    for (const auto& b : boxes) {
+        auto* box = new QCheckBox(b.caption, this);
+        box->setObjectName(b.name);
+        box->setChecked(b.checked);
+        layout->addWidget(box);
+    }
+    auto* formatForm = new QFormLayout;
+    format_ = new QLineEdit(Latin1(cfg.DateTimeFormat), this);
+    format_->setObjectName("DateTimeFormat");
+    sample_ = new QLabel(this);
+    sample_->setObjectName("DateTimeSample");
+    formatForm->addRow("Date/Time &Format:", format_);
+    formatForm->addRow("Looks like:", sample_);
+    layout->addLayout(formatForm);
+    connect(format_, &QLineEdit::textChanged, this, [this] { ShowSample(); });
+    ShowSample();
+
+    auto* topicBox = new QGroupBox("DDE Topic", this);
+    auto* topicLayout = new QVBoxLayout(topicBox);
+    usePort_ = new QRadioButton("&Use Com Port Name As DDE Topic", topicBox);
+    specify_ = new QRadioButton("S&pecify Topic:", topicBox);
+    topic_ = new QLineEdit(Latin1(cfg.DdeTopicName), topicBox);
+    topic_->setObjectName("DdeTopicName");
+    (cfg.DdeTopicName.empty() ? usePort_ : specify_)->setChecked(true);
+    topic_->setEnabled(specify_->isChecked());
+    connect(specify_, &QRadioButton::toggled, topic_, &QLineEdit::setEnabled);
+    topicLayout->addWidget(usePort_);
+    auto* specifyRow = new QHBoxLayout;
+    specifyRow->addWidget(specify_);
+    specifyRow->addWidget(topic_, 1);
+    topicLayout->addLayout(specifyRow);
+    layout->addWidget(topicBox);
+    layout->addWidget(OkCancel(this));
+}
+
+QCheckBox* PreferencesDialog::Box(const char* objectName) const {
+    return findChild<QCheckBox*>(objectName);
+}
+
+void PreferencesDialog::ShowSample() {
+    // 15 November 2026, 14:05:09, as the runtime window would show it.
+    const engine::DateTime sample{2026, 11, 15, 14, 5, 9};
+    sample_->setText(Latin1(engine::FormatDateTime(sample, Bytes(format_->text()), locale_)));
+}
+
+void PreferencesDialog::accept() {
+    const std::string topic = Bytes(topic_->text().trimmed());
+    if (const config::Check bad = config::CheckDdeTopic(specify_->isChecked(), topic)) {
+        if (bad->beep)
+            messages_.Beep();
+        messages_.Show({bad->text, bad->title, config::MessageIcon::Exclamation,
+                        config::MessageButtons::Ok});
+        topic_->setFocus();
+        return; // nothing stored
+    }
+    config::Config next = cfg_;
+    next.LogFileName = Bytes(logFile_->text().trimmed());
+    next.BeepOnInput = FlagOf(Box("BeepOnInput"));
+    next.MinimizeOnActivation = FlagOf(Box("MinimizeOnActivation"));
+    next.ActivateSuspended = FlagOf(Box("ActivateSuspended"));
+    next.AlwaysOnTop = FlagOf(Box("AlwaysOnTop"));
+    next.ButtonDisplay = static_cast<config::Integer>((Box("ShowDtr")->isChecked() ? 1 : 0) +
+                                                     2 * (Box("ShowBreak")->isChecked() ? 1 : 0));
+    next.ShowDateTime = FlagOf(Box("ShowDateTime"));
+    next.DateTimeFormat = Bytes(format_->text());
+    next.DdeTopicName = specify_->isChecked() ? topic : std::string();
+    const bool changed =
+        next.LogFileName != cfg_.LogFileName || next.BeepOnInput != cfg_.BeepOnInput ||
+        next.MinimizeOnActivation != cfg_.MinimizeOnActivation ||
+        next.ActivateSuspended != cfg_.ActivateSuspended || next.AlwaysOnTop != cfg_.AlwaysOnTop ||
+        next.ButtonDisplay != cfg_.ButtonDisplay || next.ShowDateTime != cfg_.ShowDateTime ||
+        next.DateTimeFormat != cfg_.DateTimeFormat || next.DdeTopicName != cfg_.DdeTopicName;
+    if (changed) {
+        next.ConfigChanged = config::True;
+        cfg_ = next;
+    }
+    QDialog::accept();
+}
+
+} // namespace ui
