@@ -6,6 +6,7 @@
 #include "serial/PortSettings.h"
 #include "engine/ProcessLocale.h"
 #include "ui/PortSetupDialog.h"
+#include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
 
 #include <QAction>
@@ -143,12 +144,16 @@ void SetupWindow::BuildMenus() {
         dialog.exec();
         Refresh();
     });
+    settings->addAction("&Records...", this, [this] {
+        EditRecordFraming(cfg_, messages_, this, [](QDialog& d) { return d.exec() == QDialog::Accepted; });
+        Refresh();
+    });
     settings->addAction("Send &Keystrokes To...", this, [this] {
         AppSelectDialog dialog(cfg_, this);
         dialog.exec();
         Refresh();
     });
-    settings->addAction("P&references...", this, [this] {
+    settings->addAction("Pr&eferences...", this, [this] {
         const engine::Locale locale = engine::ReadProcessLocale();
         PreferencesDialog dialog(cfg_, messages_, locale, this);
         dialog.exec();

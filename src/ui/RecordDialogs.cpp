@@ -1,0 +1,217 @@
+#include "ui/RecordDialogs.h"
+
+#include "config/Validation.h"
+
+#include <QButtonGroup>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QIntValidator>
+#include <QLabel>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace ui {
+
+namespace {
+
+QString Latin1(const std::string& s) {
+    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+std::string Bytes(const QString& s) {
+    const QByteArray bytes = s.toLatin1();
+    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+QDialogButtonBox* OkCancel(QDialog* dialog) {
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    return buttons;
+}
+
+// A group of radio buttons, the last one with a text box beside it when
+// chars is given; the checked one is index.
+QButtonGroup* RadioChoices(QGroupBox* box, const QStringList& captions, int index,
+                      QLineEdit* lastBox = nullptr) {
+    auto* group = new QButtonGroup(box);
+    auto* layout = new QGridLayout(box);
+    for (int i = 0; i < captions.size(); ++i) {
+        auto* button = new QRadioButton(captions[i], box);
+        group->addButton(button, i);
+        layout->addWidget(button, i, 0);
+    }
+    if (lastBox)
+        layout->addWidget(lastBox, static_cast<int>(captions.size()) - 1, 1);
+    if (auto* checked = group->button(index))
+        checked->setChecked(true);
+    return group;
+}
+
+void Refuse(config::MessageSink& messages, const config::Refusal& bad, QWidget* focus) {
+    if (bad.beep)
+        messages.Beep();
+    messages.Show({bad.text, bad.title, config::MessageIcon::Exclamation,
+                   config::MessageButtons::Ok});
+    focus->setFocus();
+}
+
+} // namespace
+
+RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink& messages,
+                                       QWidget* parent)
+    : QDialog(parent), cfg_(cfg), messages_(messages) {
+    setWindowTitle("Start and End Of Record Events");
+    auto* layout = new QVBoxLayout(this);
+    auto* startBox = new QGroupBox("Start Of Record Event", this);
+    startChars_ = new QLineEdit(Latin1(cfg.StartOfRecordChars), startBox);
+    startChars_->setObjectName("StartOfRecordChars");
+    start_ = RadioChoices(startBox,
+                     {"&Any Character Received", "A&lpha/Numeric Char Received",
+                      "&Numeric Char Received", "S&pecial Char Received:"},
+                     cfg.StartOfRecordEvent, startChars_);
+    layout->addWidget(startBox);
+    auto* endBox = new QGroupBox("End Of Record Event", this);
+    endChars_ = new QLineEdit(Latin1(cfg.EndOfRecordChars), endBox);
+    endChars_->setObjectName("EndOfRecordChars");
+    end_ = RadioChoices(endBox,
+                   {"&Carriage Return or CrLf Received", "&Time Delay Between Records",
+                    "&Fixed number of Bytes Received", "Sp&ecial Char Received:"},
+                   cfg.EndOfRecordEvent, endChars_);
+    layout->addWidget(endBox);
+    layout->addWidget(OkCancel(this));
+}
+
+void RecordEventsDialog::accept() {
+    const int start = start_->checkedId(), end = end_->checkedId();
+    const std::string startChars = Bytes(startChars_->text());
+    const std::string endChars = Bytes(endChars_->text());
+    if (auto bad = config::CheckStartEvent(start, startChars)) {
+        Refuse(messages_, *bad, startChars_);
+        return;
+    }
+    if (auto bad = config::CheckEndEvent(end, endChars)) {
+        Refuse(messages_, *bad, endChars_);
+        return;
+    }
+    config::ChooseStartOfRecordEvent(cfg_, static_cast<config::Integer>(start));
+    config::ChooseEndOfRecordEvent(cfg_, static_cast<config::Integer>(end));
+    if (cfg_.StartOfRecordChars != startChars || cfg_.EndOfRecordChars != endChars) {
+        cfg_.StartOfRecordChars = startChars;
+        cfg_.EndOfRecordChars = endChars;
+        cfg_.ConfigChanged = config::True;
+    }
+    QDialog::accept();
+}
+
+NumberDialog::NumberDialog(const Spec& spec, long value, config::MessageSink& messages,
+                           QWidget* parent)
+    : QDialog(parent), spec_(spec), messages_(messages) {
+    setWindowTitle(spec.title);
+    auto* form = new QFormLayout;
+    value_ = new QLineEdit(QString::number(value), this);
+    value_->setObjectName("Number");
+    value_->setValidator(new QIntValidator(-99999999, 99999999, value_));
+    form->addRow(spec.label, value_);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(form);
+    layout->addWidget(OkCancel(this));
+}
+
+void NumberDialog::AddDelimiter(const std::string& delimiter) {
+    delimiter_ = new QLineEdit(Latin1(delimiter), this);
+    delimiter_->setObjectName("DelimiterChar");
+    delimiter_->setMaxLength(1);
+    static_cast<QFormLayout*>(layout()->itemAt(0)->layout())
+        ->addRow("&Delimiter Character:", delimiter_);
+}
+
+long NumberDialog::Number() const {
+    bool ok = false;
+    const long n = value_->text().trimmed().toLong(&ok);
+    return ok ? n : -1;
+}
+
+void NumberDialog::accept() {
+    if (auto bad = spec_.check(Number())) {
+        Refuse(messages_, *bad, value_);
+        value_->selectAll();
+        return;
+    }
+    if (delimiter_ && delimiter_->text().isEmpty()) {
+        messages_.Show({"Delimiter Character Must Be Specified", "Invalid Input",
+                        config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        delimiter_->setFocus();
+        return;
+    }
+    QDialog::accept();
+}
+
+RecordStructureDialog::RecordStructureDialog(const config::Config& cfg, QWidget* parent)
+    : QDialog(parent) {
+    setWindowTitle("Input Record Structure");
+    auto* layout = new QVBoxLayout(this);
+    auto* box = new QGroupBox("Record Structure", this);
+    choices_ = RadioChoices(box,
+                       {"Each data record contains a &single data field",
+                        "Each record contains multiple &delimited data fields",
+                        "Each record contains multiple &fixed length data fields"},
+                       cfg.RecordStructure);
+    layout->addWidget(box);
+    layout->addWidget(OkCancel(this));
+}
+
+bool EditRecordFraming(config::Config& cfg, config::MessageSink& messages, QWidget* parent,
+                       const std::function<bool(QDialog&)>& run) {
+    RecordEventsDialog events(cfg, messages, parent);
+    if (!run(events))
+        return false;
+    auto storeNumber = [&cfg](config::Integer& setting, long value) {
+        if (setting != value) {
+            setting = static_cast<config::Integer>(value);
+            cfg.ConfigChanged = config::True;
+        }
+    };
+    if (cfg.EndOfRecordEvent == 2) {
+        NumberDialog fixed({"Fixed Length Record", "&Record Length (bytes, with any Cr or CrLf):",
+                            config::CheckRecordLength},
+                           cfg.RecordLength, messages, parent);
+        if (run(fixed))
+            storeNumber(cfg.RecordLength, fixed.Number());
+        return true;
+    }
+    if (cfg.EndOfRecordEvent == 1) {
+        NumberDialog timed({"Timed Input", "&Time between records (ticks of 1/20 s, 1 to 255):",
+                            config::CheckTimeDelayTicks},
+                           cfg.TimeDelayTicks, messages, parent);
+        if (run(timed))
+            storeNumber(cfg.TimeDelayTicks, timed.Number());
+        return true;
+    }
+    RecordStructureDialog structure(cfg, parent);
+    if (!run(structure))
+        return true;
+    storeNumber(cfg.RecordStructure, structure.Choices()->checkedId());
+    if (cfg.RecordStructure == 0)
+        storeNumber(cfg.NumFields, 1);
+    if (cfg.RecordStructure == 1) {
+        NumberDialog delimited({"Delimited Record", "&Maximum Number of Data Fields:",
+                                config::CheckDelimitedFieldCount},
+                               cfg.NumFields, messages, parent);
+        delimited.AddDelimiter(cfg.DelimiterChar);
+        if (run(delimited)) {
+            storeNumber(cfg.NumFields, delimited.Number());
+            const std::string delimiter = Bytes(delimited.Delimiter()->text());
+            if (delimiter != cfg.DelimiterChar) {
+                cfg.DelimiterChar = delimiter;
+                cfg.ConfigChanged = config::True;
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace ui

@@ -1,0 +1,132 @@
+// The record framing dialogs offscreen, driven through the whole sequence:
+// which dialog follows which event, the coupled settings, and the refusals.
+
+#include "ui/RecordDialogs.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QLineEdit>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+namespace {
+
+class RecordDialogsTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        static int argc = 1;
+        static char name[] = "ui_tests";
+        static char* argv[] = {name, nullptr};
+        if (!QApplication::instance())
+            new QApplication(argc, argv);
+    }
+    // Runs the sequence; each dialog is filled in by the step named by its
+    // title, which may press OK several times (a refusal keeps it open).
+    bool Edit(std::map<QString, std::function<void(QDialog&)>> steps) {
+        return ui::EditRecordFraming(cfg, messages, nullptr, [&](QDialog& d) {
+            seen.push_back(d.windowTitle());
+            auto step = steps.find(d.windowTitle());
+            if (step == steps.end())
+                return false; // cancelled
+            step->second(d);
+            return d.result() == QDialog::Accepted;
+        });
+    }
+    static void Pick(QButtonGroup* group, int id) { group->button(id)->setChecked(true); }
+
+    config::Config cfg;
+    config::RecordingMessageSink messages;
+    std::vector<QString> seen;
+};
+
+} // namespace
+
+TEST_F(RecordDialogsTest, AFixedNumberOfBytesForcesFixedFieldsAndAsksTheLength) {
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
+                       [](QDialog& d) {
+                           auto& e = static_cast<ui::RecordEventsDialog&>(d);
+                           Pick(e.EndEvents(), 2);
+                           e.accept();
+                       }},
+                      {"Fixed Length Record", [&](QDialog& d) {
+                           auto& f = static_cast<ui::NumberDialog&>(d);
+                           f.Value()->setText("0");
+                           f.accept();
+                           EXPECT_EQ(messages.shown.back().text,
+                                     "Record Length Must Be Between 1 and 32766");
+                           f.Value()->setText("24");
+                           f.accept();
+                       }}}));
+    EXPECT_EQ(seen, (std::vector<QString>{"Start and End Of Record Events", "Fixed Length Record"}));
+    EXPECT_EQ(cfg.EndOfRecordEvent, 2);
+    EXPECT_EQ(cfg.RecordStructure, 2);
+    EXPECT_EQ(cfg.NumFields, 40);
+    EXPECT_EQ(cfg.RecordLength, 24);
+    EXPECT_TRUE(cfg.ConfigChanged);
+}
+
+TEST_F(RecordDialogsTest, ASpecialCharacterEventWithoutItsCharacterIsRefused) {
+    EXPECT_FALSE(Edit({{"Start and End Of Record Events", [&](QDialog& d) {
+                            auto& e = static_cast<ui::RecordEventsDialog&>(d);
+                            Pick(e.StartEvents(), 3);
+                            Pick(e.EndEvents(), 1);
+                            e.accept();
+                            ASSERT_EQ(messages.shown.size(), 1u);
+                            EXPECT_EQ(messages.shown[0].title, "Invalid Start of Record Event");
+                            EXPECT_EQ(messages.shown[0].text,
+                                      "Invalid Input - Special Character Must Be Specified!");
+                            EXPECT_EQ(messages.beeps.size(), 1u);
+                            EXPECT_EQ(d.focusWidget(), e.StartChars());
+                        }}}));
+    EXPECT_EQ(cfg.StartOfRecordEvent, 0); // nothing stored
+    EXPECT_EQ(cfg.EndOfRecordEvent, 0);
+    EXPECT_FALSE(cfg.ConfigChanged);
+}
+
+TEST_F(RecordDialogsTest, DelimitedFieldsAskTheirCountAndDelimiterAndAPauseItsTicks) {
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
+                       [](QDialog& d) { static_cast<ui::RecordEventsDialog&>(d).accept(); }},
+                      {"Input Record Structure",
+                       [](QDialog& d) {
+                           auto& s = static_cast<ui::RecordStructureDialog&>(d);
+                           Pick(s.Choices(), 1);
+                           s.accept();
+                       }},
+                      {"Delimited Record", [&](QDialog& d) {
+                           auto& n = static_cast<ui::NumberDialog&>(d);
+                           n.Value()->setText("41");
+                           n.accept();
+                           EXPECT_EQ(messages.shown.back().text,
+                                     "Number of Fields Must Be Between 2 and 40");
+                           n.Value()->setText("3");
+                           n.Delimiter()->setText(";");
+                           n.accept();
+                       }}}));
+    EXPECT_EQ(cfg.RecordStructure, 1);
+    EXPECT_EQ(cfg.NumFields, 3);
+    EXPECT_EQ(cfg.DelimiterChar, ";");
+
+    seen.clear();
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
+                       [](QDialog& d) {
+                           auto& e = static_cast<ui::RecordEventsDialog&>(d);
+                           Pick(e.EndEvents(), 1);
+                           e.accept();
+                       }},
+                      {"Timed Input", [&](QDialog& d) {
+                           auto& n = static_cast<ui::NumberDialog&>(d);
+                           n.Value()->setText("256");
+                           n.accept();
+                           EXPECT_EQ(messages.shown.back().text,
+                                     "Time between records must range between 1 and 255");
+                           n.Value()->setText("5");
+                           n.accept();
+                       }}}));
+    EXPECT_EQ(seen.back(), "Timed Input");
+    EXPECT_EQ(cfg.TimeDelayTicks, 5);
+    EXPECT_EQ(cfg.RecordStructure, 1); // a pause changes how records end, not their fields
+}
