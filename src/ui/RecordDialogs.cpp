@@ -2,6 +2,8 @@
 
 #include "config/Validation.h"
 
+#include "ui/DialogButtons.h"
+#include "ui/QtMessageSink.h"
 #include <QButtonGroup>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -16,22 +18,6 @@
 namespace ui {
 
 namespace {
-
-QString Latin1(const std::string& s) {
-    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-std::string Bytes(const QString& s) {
-    const QByteArray bytes = s.toLatin1();
-    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-}
-
-QDialogButtonBox* OkCancel(QDialog* dialog) {
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-    return buttons;
-}
 
 // A group of radio buttons, the last one with a text box beside it when
 // chars is given; the checked one is index.
@@ -67,7 +53,7 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     setWindowTitle("Start and End Of Record Events");
     auto* layout = new QVBoxLayout(this);
     auto* startBox = new QGroupBox("Start Of Record Event", this);
-    startChars_ = new QLineEdit(Latin1(cfg.StartOfRecordChars), startBox);
+    startChars_ = new QLineEdit(Latin1Text(cfg.StartOfRecordChars), startBox);
     startChars_->setObjectName("StartOfRecordChars");
     start_ = RadioChoices(startBox,
                      {"&Any Character Received", "A&lpha/Numeric Char Received",
@@ -75,20 +61,20 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
                      cfg.StartOfRecordEvent, startChars_);
     layout->addWidget(startBox);
     auto* endBox = new QGroupBox("End Of Record Event", this);
-    endChars_ = new QLineEdit(Latin1(cfg.EndOfRecordChars), endBox);
+    endChars_ = new QLineEdit(Latin1Text(cfg.EndOfRecordChars), endBox);
     endChars_->setObjectName("EndOfRecordChars");
     end_ = RadioChoices(endBox,
                    {"&Carriage Return or CrLf Received", "&Time Delay Between Records",
                     "&Fixed number of Bytes Received", "Sp&ecial Char Received:"},
                    cfg.EndOfRecordEvent, endChars_);
     layout->addWidget(endBox);
-    layout->addWidget(OkCancel(this));
+    layout->addWidget(OkCancelButtons(this));
 }
 
 void RecordEventsDialog::accept() {
     const int start = start_->checkedId(), end = end_->checkedId();
-    const std::string startChars = Bytes(startChars_->text());
-    const std::string endChars = Bytes(endChars_->text());
+    const std::string startChars = Latin1Bytes(startChars_->text());
+    const std::string endChars = Latin1Bytes(endChars_->text());
     if (auto bad = config::CheckStartEvent(start, startChars)) {
         Refuse(messages_, *bad, startChars_);
         return;
@@ -118,11 +104,11 @@ NumberDialog::NumberDialog(const Spec& spec, long value, config::MessageSink& me
     form->addRow(spec.label, value_);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);
-    layout->addWidget(OkCancel(this));
+    layout->addWidget(OkCancelButtons(this));
 }
 
 void NumberDialog::AddDelimiter(const std::string& delimiter) {
-    delimiter_ = new QLineEdit(Latin1(delimiter), this);
+    delimiter_ = new QLineEdit(Latin1Text(delimiter), this);
     delimiter_->setObjectName("DelimiterChar");
     delimiter_->setMaxLength(1);
     static_cast<QFormLayout*>(layout()->itemAt(0)->layout())
@@ -161,7 +147,7 @@ RecordStructureDialog::RecordStructureDialog(const config::Config& cfg, QWidget*
                         "Each record contains multiple &fixed length data fields"},
                        cfg.RecordStructure);
     layout->addWidget(box);
-    layout->addWidget(OkCancel(this));
+    layout->addWidget(OkCancelButtons(this));
 }
 
 bool EditRecordFraming(config::Config& cfg, config::MessageSink& messages, QWidget* parent,
@@ -204,7 +190,7 @@ bool EditRecordFraming(config::Config& cfg, config::MessageSink& messages, QWidg
         delimited.AddDelimiter(cfg.DelimiterChar);
         if (run(delimited)) {
             storeNumber(cfg.NumFields, delimited.Number());
-            const std::string delimiter = Bytes(delimited.Delimiter()->text());
+            const std::string delimiter = Latin1Bytes(delimited.Delimiter()->text());
             if (delimiter != cfg.DelimiterChar) {
                 cfg.DelimiterChar = delimiter;
                 cfg.ConfigChanged = config::True;

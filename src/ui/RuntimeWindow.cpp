@@ -2,6 +2,7 @@
 
 #include "control/DdeLinks.h"
 
+#include "ui/QtMessageSink.h"
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -25,19 +26,9 @@ namespace ui {
 
 namespace {
 
-// Device text crosses into Qt as Latin-1: byte n is code point n.
-QString Latin1(const std::string& s) {
-    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-std::string Bytes(const QString& s) {
-    const QByteArray bytes = s.toLatin1();
-    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-}
-
 // A button caption shows an ampersand as itself.
 QString ButtonCaption(const std::string& name) {
-    return Latin1(name).replace('&', "&&");
+    return Latin1Text(name).replace('&', "&&");
 }
 
 // "Field(12)" -> 12; 0 for any other item.
@@ -58,7 +49,7 @@ RuntimeWindow::~RuntimeWindow() = default;
 void RuntimeWindow::Build() {
     const config::Config& cfg = runtime_.cfg();
     const engine::RuntimeState& state = runtime_.state();
-    setWindowTitle(Latin1(runtime_.Caption()));
+    setWindowTitle(Latin1Text(runtime_.Caption()));
 
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
@@ -67,23 +58,23 @@ void RuntimeWindow::Build() {
     const int n = std::clamp(static_cast<int>(cfg.NumFields), 1, config::MaxFields);
     fields_.assign(static_cast<std::size_t>(n) + 1, nullptr);
     for (int i = 1; i <= n; ++i) {
-        auto* box = new QLineEdit(Latin1(state.FieldText[static_cast<std::size_t>(i)]), central);
+        auto* box = new QLineEdit(Latin1Text(state.FieldText[static_cast<std::size_t>(i)]), central);
         box->setReadOnly(true);
         box->setObjectName(QString("Field%1").arg(i));
         box->setMinimumWidth(260);
         form->addRow(QString("Field %1:").arg(i), box);
         fields_[static_cast<std::size_t>(i)] = box;
     }
-    recordNumber_ = new QLineEdit(Latin1(state.RecordNumber), central);
+    recordNumber_ = new QLineEdit(Latin1Text(state.RecordNumber), central);
     recordNumber_->setObjectName("RecordNumber");
     recordNumber_->setToolTip("Records delivered so far; type a number to set the counter");
     // What the user types here is the counter, as a poke over DDE would set it.
     connect(recordNumber_, &QLineEdit::editingFinished, this, [this] {
         if (auto* dde = runtime_.dde())
-            dde->Poke("RecordNumber", Bytes(recordNumber_->text()));
+            dde->Poke("RecordNumber", Latin1Bytes(recordNumber_->text()));
     });
     form->addRow("Record number:", recordNumber_);
-    dateTime_ = new QLineEdit(Latin1(state.DateTimeText), central);
+    dateTime_ = new QLineEdit(Latin1Text(state.DateTimeText), central);
     dateTime_->setObjectName("DateTime");
     dateTime_->setReadOnly(true);
     form->addRow("Date/time:", dateTime_);
@@ -244,16 +235,16 @@ void RuntimeWindow::RefreshEditMenu() {
 
 void RuntimeWindow::ItemChanged(const std::string& item, const std::string& text) {
     if (int field = FieldOfItem(item); field > 0 && static_cast<std::size_t>(field) < fields_.size())
-        fields_[static_cast<std::size_t>(field)]->setText(Latin1(text));
+        fields_[static_cast<std::size_t>(field)]->setText(Latin1Text(text));
     else if (item == "RecordNumber" && !recordNumber_->hasFocus())
-        recordNumber_->setText(Latin1(text));
+        recordNumber_->setText(Latin1Text(text));
     else if (item == "DateTime")
-        dateTime_->setText(Latin1(text));
+        dateTime_->setText(Latin1Text(text));
 }
 
 void RuntimeWindow::SuspendChanged() {
     const bool suspended = runtime_.state().Suspended;
-    const QString caption = Latin1(runtime_.Caption());
+    const QString caption = Latin1Text(runtime_.Caption());
     setWindowTitle(caption);
     if (tray_)
         tray_->setToolTip(caption.left(63));

@@ -3,6 +3,8 @@
 #include "config/Validation.h"
 #include "engine/Format.h"
 
+#include "ui/DialogButtons.h"
+#include "ui/QtMessageSink.h"
 #include <QApplication>
 #include <QCheckBox>
 #include <QDialogButtonBox>
@@ -23,22 +25,6 @@ namespace ui {
 
 namespace {
 
-QString Latin1(const std::string& s) {
-    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-std::string Bytes(const QString& s) {
-    const QByteArray bytes = s.toLatin1();
-    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-}
-
-QDialogButtonBox* OkCancel(QDialog* dialog) {
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-    return buttons;
-}
-
 config::Flag FlagOf(const QCheckBox* box) {
     return box->isChecked() ? config::True : config::False;
 }
@@ -49,14 +35,14 @@ AppSelectDialog::AppSelectDialog(config::Config& cfg, QWidget* parent)
     : QDialog(parent), cfg_(cfg) {
     setWindowTitle("Send Keystrokes To:");
     auto* form = new QFormLayout;
-    title_ = new QLineEdit(Latin1(cfg.TargetAppTitle), this);
+    title_ = new QLineEdit(Latin1Text(cfg.TargetAppTitle), this);
     title_->setObjectName("AppName");
     title_->setMinimumWidth(320);
     // Trimmed when it loses the focus.
     connect(title_, &QLineEdit::editingFinished, this,
             [this] { title_->setText(title_->text().trimmed()); });
     form->addRow("Application &Title Bar Text:", title_);
-    command_ = new QLineEdit(Latin1(cfg.TargetAppCommand), this);
+    command_ = new QLineEdit(Latin1Text(cfg.TargetAppCommand), this);
     command_->setObjectName("AppCmd");
     auto* browse = new QPushButton("&Browse...", this);
     connect(browse, &QPushButton::clicked, this, [this] {
@@ -85,12 +71,12 @@ AppSelectDialog::AppSelectDialog(config::Config& cfg, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);
     layout->addWidget(note);
-    layout->addWidget(OkCancel(this));
+    layout->addWidget(OkCancelButtons(this));
 }
 
 void AppSelectDialog::accept() {
-    const std::string title = Bytes(title_->text().trimmed());
-    const std::string command = Bytes(command_->text().trimmed());
+    const std::string title = Latin1Bytes(title_->text().trimmed());
+    const std::string command = Latin1Bytes(command_->text().trimmed());
     const auto delay = static_cast<config::Long>(delay_->text().toLong());
     if (title != cfg_.TargetAppTitle || command != cfg_.TargetAppCommand ||
         delay != cfg_.InterCharDelay) {
@@ -109,7 +95,7 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
     setWindowTitle("Corvane Preferences");
     auto* layout = new QVBoxLayout(this);
     auto* form = new QFormLayout;
-    logFile_ = new QLineEdit(Latin1(cfg.LogFileName), this);
+    logFile_ = new QLineEdit(Latin1Text(cfg.LogFileName), this);
     logFile_->setObjectName("LogFileName");
     logFile_->setMinimumWidth(320);
     form->addRow("&Log File:", logFile_);
@@ -135,7 +121,7 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
         layout->addWidget(box);
     }
     auto* formatForm = new QFormLayout;
-    format_ = new QLineEdit(Latin1(cfg.DateTimeFormat), this);
+    format_ = new QLineEdit(Latin1Text(cfg.DateTimeFormat), this);
     format_->setObjectName("DateTimeFormat");
     sample_ = new QLabel(this);
     sample_->setObjectName("DateTimeSample");
@@ -149,7 +135,7 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
     auto* topicLayout = new QVBoxLayout(topicBox);
     usePort_ = new QRadioButton("&Use Com Port Name As DDE Topic", topicBox);
     specify_ = new QRadioButton("S&pecify Topic:", topicBox);
-    topic_ = new QLineEdit(Latin1(cfg.DdeTopicName), topicBox);
+    topic_ = new QLineEdit(Latin1Text(cfg.DdeTopicName), topicBox);
     topic_->setObjectName("DdeTopicName");
     (cfg.DdeTopicName.empty() ? usePort_ : specify_)->setChecked(true);
     topic_->setEnabled(specify_->isChecked());
@@ -160,7 +146,7 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
     specifyRow->addWidget(topic_, 1);
     topicLayout->addLayout(specifyRow);
     layout->addWidget(topicBox);
-    layout->addWidget(OkCancel(this));
+    layout->addWidget(OkCancelButtons(this));
 }
 
 QCheckBox* PreferencesDialog::Box(const char* objectName) const {
@@ -170,11 +156,11 @@ QCheckBox* PreferencesDialog::Box(const char* objectName) const {
 void PreferencesDialog::ShowSample() {
     // 15 November 2026, 14:05:09, as the runtime window would show it.
     const engine::DateTime sample{2026, 11, 15, 14, 5, 9};
-    sample_->setText(Latin1(engine::FormatDateTime(sample, Bytes(format_->text()), locale_)));
+    sample_->setText(Latin1Text(engine::FormatDateTime(sample, Latin1Bytes(format_->text()), locale_)));
 }
 
 void PreferencesDialog::accept() {
-    const std::string topic = Bytes(topic_->text().trimmed());
+    const std::string topic = Latin1Bytes(topic_->text().trimmed());
     if (const config::Check bad = config::CheckDdeTopic(specify_->isChecked(), topic)) {
         if (bad->beep)
             messages_.Beep();
@@ -184,7 +170,7 @@ void PreferencesDialog::accept() {
         return; // nothing stored
     }
     config::Config next = cfg_;
-    next.LogFileName = Bytes(logFile_->text().trimmed());
+    next.LogFileName = Latin1Bytes(logFile_->text().trimmed());
     next.BeepOnInput = FlagOf(Box("BeepOnInput"));
     next.MinimizeOnActivation = FlagOf(Box("MinimizeOnActivation"));
     next.ActivateSuspended = FlagOf(Box("ActivateSuspended"));
@@ -192,7 +178,7 @@ void PreferencesDialog::accept() {
     next.ButtonDisplay = static_cast<config::Integer>((Box("ShowDtr")->isChecked() ? 1 : 0) +
                                                      2 * (Box("ShowBreak")->isChecked() ? 1 : 0));
     next.ShowDateTime = FlagOf(Box("ShowDateTime"));
-    next.DateTimeFormat = Bytes(format_->text());
+    next.DateTimeFormat = Latin1Bytes(format_->text());
     next.DdeTopicName = specify_->isChecked() ? topic : std::string();
     const bool changed =
         next.LogFileName != cfg_.LogFileName || next.BeepOnInput != cfg_.BeepOnInput ||

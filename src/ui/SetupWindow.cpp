@@ -9,6 +9,7 @@
 #include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
 
+#include "ui/QtMessageSink.h"
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -27,10 +28,6 @@
 namespace ui {
 
 namespace {
-
-QString Latin1(const std::string& s) {
-    return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
-}
 
 std::string Path(const QString& s) {
     const QByteArray bytes = s.toLocal8Bit();
@@ -99,7 +96,7 @@ QString SetupWindow::Title(const config::Config& cfg) {
 
 void SetupWindow::Refresh() {
     setWindowTitle(Title(cfg_) + (cfg_.ConfigChanged ? " *" : ""));
-    overview_->setText(Latin1(DescribeConfiguration(cfg_)));
+    overview_->setText(Latin1Text(DescribeConfiguration(cfg_)));
     RefreshRecentFiles();
 }
 

@@ -3,6 +3,8 @@
 
 #include "ui/PortSetupDialog.h"
 
+#include "OffscreenApp.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
@@ -14,14 +16,7 @@ namespace {
 
 class PortSetupDialogTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
     config::Config cfg;
     config::RecordingMessageSink messages;
 };

@@ -7,6 +7,8 @@
 
 #include "serial/FakePort.h"
 
+#include "OffscreenApp.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
@@ -22,14 +24,7 @@ namespace {
 
 class PortTestWindowTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            app = new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
 
     void SetUp() override {
         window = std::make_unique<ui::PortTestWindow>(cfg, port, messages);
@@ -48,7 +43,6 @@ protected:
         window->Tick();
     }
 
-    static inline QApplication* app = nullptr;
     config::Config cfg;
     serial::FakePort port;
     config::RecordingMessageSink messages;

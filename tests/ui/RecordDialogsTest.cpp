@@ -3,6 +3,8 @@
 
 #include "ui/RecordDialogs.h"
 
+#include "OffscreenApp.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QButtonGroup>
@@ -16,14 +18,7 @@ namespace {
 
 class RecordDialogsTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
     // Runs the sequence; each dialog is filled in by the step named by its
     // title, which may press OK several times (a refusal keeps it open).
     bool Edit(std::map<QString, std::function<void(QDialog&)>> steps) {

@@ -9,6 +9,8 @@
 #include "support/ProcessRunner.h"
 #include "support/RecordingPlatform.h"
 
+#include "OffscreenApp.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QLineEdit>
@@ -24,14 +26,7 @@ namespace {
 
 class RuntimeWindowTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
 
     // Activates a configuration with three fields, two output strings and
     // both line buttons, on the recording platform's port.

@@ -3,6 +3,8 @@
 
 #include "ui/SettingsDialogs.h"
 
+#include "OffscreenApp.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
@@ -15,14 +17,7 @@ namespace {
 
 class SettingsDialogsTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
     config::Config cfg;
     config::RecordingMessageSink messages;
     engine::Locale locale;

@@ -7,6 +7,8 @@
 #include "config/RecentFiles.h"
 #include "support/ProcessRunner.h"
 
+#include "OffscreenApp.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
@@ -19,14 +21,7 @@ namespace {
 
 class SetupWindowTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "ui_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QApplication::instance())
-            new QApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { EnsureOffscreenApp(); }
     void SetUp() override { config::ResetToDefaults(cfg); }
 
     // A saved configuration whose port is n.
