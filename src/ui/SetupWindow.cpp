@@ -11,6 +11,7 @@
 
 #include "ui/QtMessageSink.h"
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
@@ -97,6 +98,8 @@ QString SetupWindow::Title(const config::Config& cfg) {
 void SetupWindow::Refresh() {
     setWindowTitle(Title(cfg_) + (cfg_.ConfigChanged ? " *" : ""));
     overview_->setText(Latin1Text(DescribeConfiguration(cfg_)));
+    for (int m = 0; m < 3; ++m)
+        modeActions_[m]->setChecked(cfg_.TransferMode == m);
     RefreshRecentFiles();
 }
 
@@ -157,6 +160,33 @@ void SetupWindow::BuildMenus() {
         Refresh();
     });
 
+    // The transfer mode: one of three, checked; each choice goes on to the
+    // settings that mode needs.
+    QMenu* mode = menuBar()->addMenu("&Mode");
+    auto* modes = new QActionGroup(this);
+    const char* const captions[] = {"Send &Keystrokes", "&DDE Server", "&Log To Disk"};
+    for (int m = 0; m < 3; ++m) {
+        modeActions_[m] = mode->addAction(captions[m]);
+        modeActions_[m]->setCheckable(true);
+        modes->addAction(modeActions_[m]);
+        connect(modeActions_[m], &QAction::triggered, this, [this, m] {
+            ChooseTransferMode(static_cast<config::Integer>(m));
+            if (m == config::SendKeystrokes) {
+                AppSelectDialog dialog(cfg_, this);
+                dialog.exec();
+            } else if (m == config::LogToDisk) {
+                const QString path = QFileDialog::getSaveFileName(
+                    this, "Log File", Latin1Text(cfg_.LogFileName), "Log Files (*.log *.txt);;All Files (*)",
+                    nullptr, QFileDialog::DontConfirmOverwrite);
+                if (!path.isEmpty() && Path(path) != cfg_.LogFileName) {
+                    cfg_.LogFileName = Path(path);
+                    cfg_.ConfigChanged = config::True;
+                }
+            }
+            Refresh();
+        });
+    }
+
     QMenu* run = menuBar()->addMenu("&Run");
     run->addAction("&Normal Mode", this, [this] {
         if (onRun)
@@ -184,6 +214,14 @@ void SetupWindow::BuildMenus() {
                            "into keystrokes, D-Bus and log files.</p><p>Built with Qt " QT_VERSION_STR
                            ", used under the GNU LGPL version 3.</p>");
     });
+}
+
+void SetupWindow::ChooseTransferMode(config::Integer mode) {
+    if (cfg_.TransferMode != mode) {
+        cfg_.TransferMode = mode;
+        cfg_.ConfigChanged = config::True;
+    }
+    Refresh();
 }
 
 void SetupWindow::RefreshRecentFiles() {

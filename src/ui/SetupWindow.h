@@ -1,7 +1,8 @@
 #pragma once
 // The setup window: one configuration, its file commands (New, Open, Save,
 // Save As, the recently used files, Exit, with the question whether to save
-// changes first), an overview of its settings, and the Run menu that
+// changes first), an overview of its settings, the Settings and Mode menus
+// that open the dialogs, and the Run menu that
 // activates it (Normal Mode, Virtual Mode, Port Test). The program around it
 // carries out the activation; the window hides meanwhile and comes back
 // with the same configuration.
@@ -43,6 +44,11 @@ public:
     bool SaveAs(const std::string& path);
     bool Save();
 
+    // The Mode menu's choice without the dialog that follows it: the
+    // transfer mode, marked changed when it differs.
+    void ChooseTransferMode(config::Integer mode);
+    QAction* ModeAction(int mode) const { return modeActions_[mode]; }
+
     // After the configuration changed outside the window (an analysis
     // accepted in the Port Test window): title, overview and menus again.
     void Refresh();
@@ -76,6 +82,7 @@ private:
     QAction* recentSeparator_ = nullptr;
     std::vector<QAction*> recent_;
     QLabel* overview_ = nullptr;
+    QAction* modeActions_[3] = {};
 };
 
 // A plain description of a configuration's main settings for the overview.

@@ -118,3 +118,26 @@ TEST_F(SetupWindowTest, ChangesAreSavedDiscardedOrKeptAsTheUserAnswers) {
     EXPECT_EQ(window.windowTitle(), "Corvane Setup - other.QX3");
     EXPECT_EQ(config::ReadRecentFiles(store).front(), other);
 }
+
+TEST_F(SetupWindowTest, TheModeMenuShowsAndChangesTheTransferMode) {
+    EXPECT_TRUE(window.ModeAction(config::SendKeystrokes)->isChecked());
+    window.ChooseTransferMode(config::SendKeystrokes); // the same mode: nothing changed
+    EXPECT_FALSE(cfg.ConfigChanged);
+
+    window.ChooseTransferMode(config::LogToDisk);
+    EXPECT_EQ(cfg.TransferMode, config::LogToDisk);
+    EXPECT_TRUE(cfg.ConfigChanged);
+    EXPECT_TRUE(window.ModeAction(config::LogToDisk)->isChecked());
+    EXPECT_FALSE(window.ModeAction(config::SendKeystrokes)->isChecked());
+    EXPECT_NE(window.Overview()->text().indexOf("Log To Disk"), -1);
+
+    // A file opened in another mode checks that mode.
+    config::Config dde;
+    dde.TransferMode = config::DdeServer;
+    dde.ConfigFileName = (dir.path / "dde.QX3").string();
+    ASSERT_TRUE(config::SaveConfigFile(dde));
+    window.askSave = [] { return ui::SaveAnswer::Discard; };
+    ASSERT_TRUE(window.Open(dde.ConfigFileName));
+    EXPECT_TRUE(window.ModeAction(config::DdeServer)->isChecked());
+    EXPECT_FALSE(window.ModeAction(config::LogToDisk)->isChecked());
+}
