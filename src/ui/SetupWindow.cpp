@@ -24,7 +24,9 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <filesystem>
+#include <string_view>
 
 namespace ui {
 
@@ -36,8 +38,12 @@ std::string Path(const QString& s) {
 }
 
 const char* const TransferModeNames[] = {"Send Keystrokes", "DDE Server", "Log To Disk"};
+const char* const StartEventNames[] = {"any character", "a letter or digit", "a number",
+                                       "a special character"};
 const char* const EndEventNames[] = {"a carriage return (or CR LF)", "a pause",
-                                     "a fixed number of bytes"};
+                                     "a fixed number of bytes", "a special character"};
+const char* const FilterNames[] = {"", "ignored", "numbers only", "hex to decimal",
+                                   "octal to decimal", "binary to hex"};
 const char* const StructureNames[] = {"one field", "delimited fields", "fixed-length fields"};
 
 } // namespace
@@ -54,10 +60,34 @@ std::string DescribeConfiguration(const config::Config& cfg) {
     const auto pick = [](const char* const* names, long index, long count) {
         return index >= 0 && index < count ? std::string(names[index]) : std::string("?");
     };
-    text += "Records end at " + pick(EndEventNames, cfg.EndOfRecordEvent, 3) + "; " +
+    text += "Records start at " + pick(StartEventNames, cfg.StartOfRecordEvent, 4) + ", end at " +
+            pick(EndEventNames, cfg.EndOfRecordEvent, 4) + "; " +
             pick(StructureNames, cfg.RecordStructure, 3);
     if (cfg.RecordStructure != 0)
         text += " (" + std::to_string(cfg.NumFields) + ")";
+    // Each field that does more than pass its text on, the first few.
+    const int fields = cfg.RecordStructure == 0 ? 1 : std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
+    int described = 0;
+    for (int i = 1; i <= fields; ++i) {
+        std::string parts;
+        const auto add = [&parts](const std::string& part) {
+            parts += (parts.empty() ? "" : ", ") + part;
+        };
+        const std::size_t filter = std::string_view("CINHOB").find(cfg.FieldFilter[i].empty() ? 'C' : cfg.FieldFilter[i][0]);
+        if (filter != 0 && filter != std::string_view::npos)
+            add(FilterNames[filter]);
+        if (!cfg.FieldExpression[i].empty())
+            add("math " + cfg.FieldExpression[i]);
+        if (!cfg.FieldFormat[i].empty())
+            add("format " + cfg.FieldFormat[i]);
+        if (parts.empty())
+            continue;
+        if (++described > 4) {
+            text += "\n  ...";
+            break;
+        }
+        text += "\n  Field " + std::to_string(i) + ": " + parts;
+    }
     text += "\nDelivery: " + pick(TransferModeNames, cfg.TransferMode, 3);
     if (cfg.TransferMode == config::SendKeystrokes && !cfg.TargetAppTitle.empty())
         text += " into the window titled \"" + cfg.TargetAppTitle + "\"";

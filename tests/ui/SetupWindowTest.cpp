@@ -141,3 +141,23 @@ TEST_F(SetupWindowTest, TheModeMenuShowsAndChangesTheTransferMode) {
     EXPECT_TRUE(window.ModeAction(config::DdeServer)->isChecked());
     EXPECT_FALSE(window.ModeAction(config::LogToDisk)->isChecked());
 }
+
+TEST_F(SetupWindowTest, TheOverviewNamesTheEventsAndWhatEachFieldDoes) {
+    cfg.StartOfRecordEvent = 2;
+    cfg.RecordStructure = 1;
+    cfg.NumFields = 7;
+    cfg.FieldFilter[1] = "N";
+    cfg.FieldExpression[1] = "field(1)*1000";
+    cfg.FieldFormat[1] = "0.0";
+    cfg.FieldFilter[2] = "I";
+    for (int i = 3; i <= 7; ++i)
+        cfg.FieldFormat[i] = "Fixed";
+    cfg.FieldFormat[8] = "beyond the record"; // not one of its fields
+    const std::string text = ui::DescribeConfiguration(cfg);
+    EXPECT_NE(text.find("Records start at a number, end at a carriage return"), std::string::npos);
+    EXPECT_NE(text.find("Field 1: numbers only, math field(1)*1000, format 0.0\n"), std::string::npos);
+    EXPECT_NE(text.find("Field 2: ignored\n"), std::string::npos);
+    EXPECT_NE(text.find("Field 4: format Fixed\n  ..."), std::string::npos) << text;
+    EXPECT_EQ(text.find("Field 5"), std::string::npos);
+    EXPECT_EQ(text.find("beyond"), std::string::npos);
+}
