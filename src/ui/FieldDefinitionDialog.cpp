@@ -343,7 +343,7 @@ void FieldDefinitionDialog::ShowMacroCheck(const QLineEdit* box, QLabel* check) 
         ShowResult(check, "DDE Server mode does not send the macros.", false);
         return;
     default:
-        ShowResult(check, "Log To Disk mode writes this text as it is.", false);
+        ShowResult(check, "Log To Disk mode writes this text, date and time tokens filled in.", false);
     }
 }
 

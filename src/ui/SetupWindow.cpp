@@ -5,6 +5,7 @@
 #include "control/HotKeys.h"
 #include "serial/PortSettings.h"
 #include "engine/ProcessLocale.h"
+#include "ui/FieldDefinitionDialog.h"
 #include "ui/PortSetupDialog.h"
 #include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
@@ -178,6 +179,13 @@ void SetupWindow::BuildMenus() {
         EditRecordFraming(cfg_, messages_, this, [](QDialog& d) { return d.exec() == QDialog::Accepted; });
         Refresh();
     });
+    settings->addAction("&Field Definitions...", this, [this] {
+        const engine::Locale locale = engine::ReadProcessLocale();
+        FieldDefinitionDialog dialog(cfg_, messages_, locale, this);
+        dialog.exec();
+        Refresh();
+    });
+    settings->addSeparator();
     settings->addAction("Send &Keystrokes To...", this, [this] {
         AppSelectDialog dialog(cfg_, this);
         dialog.exec();

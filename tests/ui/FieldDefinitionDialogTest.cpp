@@ -252,7 +252,7 @@ TEST_F(FieldDefinitionDialogTest, MacrosSayWhetherTheyAreKeystrokesOrHowTheModeU
     cfg.TransferMode = config::LogToDisk;
     ui::FieldDefinitionDialog log(cfg, messages, locale);
     log.Postamble()->setText("{FOO}");
-    EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text as it is.");
+    EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text, date and time tokens filled in.");
 }
 
 TEST_F(FieldDefinitionDialogTest, ThePickersInsertAtTheCursor) {

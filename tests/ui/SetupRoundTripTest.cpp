@@ -3,6 +3,7 @@
 // of both files must be the same, so every dialog stores exactly what was
 // entered, in the setting it belongs to, and nothing else.
 
+#include "ui/FieldDefinitionDialog.h"
 #include "ui/PortSetupDialog.h"
 #include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
@@ -18,6 +19,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QSpinBox>
 #include <QRadioButton>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -98,6 +100,26 @@ TEST_F(SetupRoundTripTest, EverySectionEditedThroughItsDialogIsSavedAsEntered) {
     want.RecordStructure = 1;
     want.NumFields = 3;
     want.DelimiterChar = ";";
+
+    {
+        ui::FieldDefinitionDialog fields(cfg, messages, locale);
+        fields.Preamble()->setText("{HOME}");
+        fields.Filter()->setCurrentIndex(2);
+        fields.Expression()->setText("field(1)*1000");
+        fields.Format()->setEditText("0.0");
+        fields.Postamble()->setText("{TAB}");
+        fields.FieldNumber()->setValue(3);
+        fields.Filter()->setCurrentIndex(3);
+        fields.Format()->setEditText("Fixed");
+        fields.accept();
+    }
+    want.RecordPreamble = "{HOME}";
+    want.FieldFilter[1] = "N";
+    want.FieldExpression[1] = "field(1)*1000";
+    want.FieldFormat[1] = "0.0";
+    want.FieldPostamble[1] = "{TAB}";
+    want.FieldFilter[3] = "H";
+    want.FieldFormat[3] = "Fixed";
 
     {
         ui::AppSelectDialog app(cfg);
