@@ -164,3 +164,45 @@ TEST_F(SetupRoundTripTest, EverySectionEditedThroughItsDialogIsSavedAsEntered) {
     EXPECT_EQ(dumped.size(), 62u); // every setting, arrays as one
     EXPECT_EQ(Differences(dumped, Dump(want.ConfigFileName)), std::vector<std::string>{});
 }
+
+// The README's walk-through, step by step: a new configuration made through
+// the dialogs alone is the balance example.
+TEST_F(SetupRoundTripTest, TheWalkThroughMakesTheBalanceExample) {
+    ui::SetupWindow window(cfg, store, messages);
+    {
+        ui::PortSetupDialog port(cfg, messages);
+        port.ParityBox()->setCurrentText("None");
+        port.DataBitsBox()->setCurrentText("8");
+        port.accept();
+    }
+    ASSERT_TRUE(ui::EditRecordFraming(cfg, messages, nullptr, [](QDialog& d) {
+        if (auto* events = dynamic_cast<ui::RecordEventsDialog*>(&d))
+            events->StartEvents()->button(2)->setChecked(true); // "Numeric Char Received"
+        d.accept();
+        return d.result() == QDialog::Accepted;
+    }));
+    {
+        ui::FieldDefinitionDialog fields(cfg, messages, locale);
+        fields.Preamble()->setText("{CENTURY}{YEAR}-{MONTH}-{DAY} {HOUR}:{MINUTE}:{SECOND};");
+        fields.Filter()->setCurrentText("Numeric Data Only");
+        fields.Expression()->setText("field(1)*1000");
+        fields.Format()->setEditText("0.0");
+        fields.Postamble()->setText(" mg");
+        fields.accept();
+    }
+    window.ChooseTransferMode(config::LogToDisk);
+    {
+        ui::PreferencesDialog preferences(cfg, messages, locale);
+        preferences.LogFile()->setText("balance.log");
+        preferences.accept();
+    }
+    ASSERT_TRUE(messages.shown.empty()) << messages.shown.front().text;
+    const std::string made = (dir.path / "balance.QX3").string();
+    ASSERT_TRUE(window.SaveAs(made));
+
+    const std::string example = (dir.path / "example.QX3").string();
+    const auto built = testsupport::RunProgram(
+        {CORVANE_BINARY, "config", "build", CORVANE_SOURCE_DIR "/examples/balance.json", example});
+    ASSERT_EQ(built.exitCode, 0) << built.err;
+    EXPECT_EQ(Differences(Dump(made), Dump(example)), std::vector<std::string>{});
+}
