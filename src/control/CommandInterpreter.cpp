@@ -46,6 +46,33 @@ std::string DecodeOutputString(std::string_view text) {
     return out;
 }
 
+std::string EncodeOutputString(std::string_view bytes) {
+    std::string text;
+    bool quoted = false;
+    bool afterCode = false; // the text ends in a code: another needs a separator
+    for (char c : bytes) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code >= 32 && code <= 126 && c != '\'') {
+            if (!quoted)
+                text += '\'';
+            text += c;
+            quoted = true;
+            afterCode = false;
+            continue;
+        }
+        if (quoted)
+            text += '\''; // a closing quote also ends the literal before a code
+        else if (afterCode)
+            text += ',';
+        text += std::to_string(code);
+        quoted = false;
+        afterCode = true;
+    }
+    if (quoted)
+        text += '\'';
+    return text;
+}
+
 std::string NormaliseCommand(std::string_view received) {
     // Only blanks are trimmed: a tab or a line end stays and is cut below
     // when it follows the last closing bracket.

@@ -30,6 +30,13 @@ namespace control {
 // and every other character only separates them. 'ABC'13,10 is ABC CR LF.
 std::string DecodeOutputString(std::string_view text);
 
+// The bytes in that notation, so that DecodeOutputString gives them back
+// exactly: runs of printable ASCII in quotes, every other byte as its decimal
+// code, codes separated by commas. A quote cannot stand inside a literal (it
+// would end it), so it is written as its code 39, as are the bytes above 126.
+// "AB\r\n" becomes 'AB'13,10 and "it's" becomes 'it'39's'.
+std::string EncodeOutputString(std::string_view bytes);
+
 // Blanks trimmed at both ends, upper-cased, cut after the last "}" or "]",
 // and a "[" at the start or a "]" at the end made a brace.
 std::string NormaliseCommand(std::string_view received);

@@ -2,6 +2,8 @@
 
 #include "control/HotKeyNames.h"
 
+#include <utility>
+
 namespace control {
 
 const std::array<std::string_view, 14>& HotKeyActionCaptions() {
@@ -40,6 +42,23 @@ std::vector<HotKey> HotKeyTable(const config::Config& cfg) {
         if (HotKey key = HotKeyFor(cfg, slot); key.virtualKey != 0)
             table.push_back(std::move(key));
     return table;
+}
+
+std::optional<DuplicateHotKey>
+FindDuplicateHotKey(const config::HotKeyArray<config::Integer>& codes) {
+    // What the platform is given: the key byte and the three modifiers.
+    auto combination = [&](int slot) {
+        const int code = codes[static_cast<std::size_t>(slot)];
+        return std::pair{code & 0xFF, PlatformModifiers(code)};
+    };
+    for (int second = 1; second < config::NumHotKeys; ++second) {
+        if (combination(second).first == 0)
+            continue;
+        for (int first = 0; first < second; ++first)
+            if (combination(first) == combination(second))
+                return DuplicateHotKey{first, second};
+    }
+    return std::nullopt;
 }
 
 void RunHotKeyAction(const HotKey& hotKey, RuntimeControl& runtime) {

@@ -9,6 +9,7 @@
 #include "control/RuntimeControl.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,6 +54,17 @@ struct HotKey {
     std::string text; // HotKeyData: the bytes "Transmit String" sends
     bool operator==(const HotKey&) const = default;
 };
+
+// Two used slots with the same key and modifiers: the platform gives a
+// combination to one of them only, so the other would never run. The first
+// such pair in slot order (first < second), or nothing.
+struct DuplicateHotKey {
+    int first = 0;
+    int second = 0;
+    bool operator==(const DuplicateHotKey&) const = default;
+};
+std::optional<DuplicateHotKey>
+FindDuplicateHotKey(const config::HotKeyArray<config::Integer>& codes);
 
 // The hot key of one slot (0..49), as the configuration holds it now.
 HotKey HotKeyFor(const config::Config& cfg, int slot);

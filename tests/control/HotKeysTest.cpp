@@ -223,3 +223,18 @@ TEST(HotKeyNames, TheActionCaptionsKeepTheirDoubleBlanks) {
     EXPECT_EQ(captions[ResumeInput], "Enable  Corvane");
     EXPECT_EQ(captions[ResumeForOneRecord], "Enable For 1 Data Record");
 }
+
+TEST(HotKeys, ADuplicateIsTheSameKeyWithTheSameModifiersInTwoUsedSlots) {
+    config::HotKeyArray<config::Integer> codes{};
+    EXPECT_FALSE(FindDuplicateHotKey(codes)); // fifty unused slots share code 0
+    codes[4] = 0x0674;                        // ALT+CTRL+F5
+    codes[7] = 0x0274;                        // CTRL+F5: other modifiers
+    codes[9] = 0x0675;                        // ALT+CTRL+F6: other key
+    codes[12] = 0x0600;                       // modifiers without a key: unused
+    codes[13] = 0x0600;
+    EXPECT_FALSE(FindDuplicateHotKey(codes));
+    codes[30] = 0x0E74; // ALT+CTRL+F5 with a bit the platform never sees
+    EXPECT_EQ(FindDuplicateHotKey(codes), (DuplicateHotKey{4, 30}));
+    codes[20] = 0x0274;
+    EXPECT_EQ(FindDuplicateHotKey(codes), (DuplicateHotKey{7, 20})); // the first in slot order
+}
