@@ -5,10 +5,14 @@
 #include "control/HotKeys.h"
 #include "serial/PortSettings.h"
 #include "engine/ProcessLocale.h"
+#include "ui/DdeParametersDialog.h"
 #include "ui/FieldDefinitionDialog.h"
+#include "ui/HotKeysDialog.h"
+#include "ui/OutputStringsDialog.h"
 #include "ui/PortSetupDialog.h"
 #include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
+#include "ui/TranslationTableDialog.h"
 
 #include "ui/QtMessageSink.h"
 #include <QAction>
@@ -185,12 +189,38 @@ void SetupWindow::BuildMenus() {
         dialog.exec();
         Refresh();
     });
+    settings->addAction("&Translation Tables...", this, [this] {
+        TranslationTableDialog dialog(cfg_, TranslationTableDialog::TableForMode(cfg_.TransferMode), this);
+        dialog.exec();
+        Refresh();
+    });
+    settings->addAction("Serial &Output Strings...", this, [this] {
+        OutputStringsDialog dialog(cfg_, messages_, this);
+        dialog.exec();
+        Refresh();
+    });
+    settings->addAction("&Hot Keys...", this, [this] {
+        HotKeysDialog dialog(cfg_, messages_, this);
+        dialog.exec();
+        Refresh();
+    });
     settings->addSeparator();
     settings->addAction("Send &Keystrokes To...", this, [this] {
         AppSelectDialog dialog(cfg_, this);
         dialog.exec();
         Refresh();
     });
+    QMenu* dde = settings->addMenu("&DDE");
+    const struct {
+        const char* caption;
+        DdeParametersDialog::Purpose purpose;
+    } ddeEntries[] = {
+        {"Target Application DDE &Command...", DdeParametersDialog::TargetCommand},
+        {"DDE Command &Link...", DdeParametersDialog::CommandLink},
+        {"DDE &Output Buffer Link...", DdeParametersDialog::OutputLink},
+    };
+    for (const auto& entry : ddeEntries)
+        dde->addAction(entry.caption, this, [this, purpose = entry.purpose] { EditDde(purpose); });
     settings->addAction("Pr&eferences...", this, [this] {
         const engine::Locale locale = engine::ReadProcessLocale();
         PreferencesDialog dialog(cfg_, messages_, locale, this);
@@ -212,6 +242,8 @@ void SetupWindow::BuildMenus() {
             if (m == config::SendKeystrokes) {
                 AppSelectDialog dialog(cfg_, this);
                 dialog.exec();
+            } else if (m == config::DdeServer) {
+                EditDde(DdeParametersDialog::TargetCommand);
             } else if (m == config::LogToDisk) {
                 const QString path = QFileDialog::getSaveFileName(
                     this, "Log File", Latin1Text(cfg_.LogFileName), "Log Files (*.log *.txt);;All Files (*)",
@@ -252,6 +284,12 @@ void SetupWindow::BuildMenus() {
                            "into keystrokes, D-Bus and log files.</p><p>Built with Qt " QT_VERSION_STR
                            ", used under the GNU LGPL version 3.</p>");
     });
+}
+
+void SetupWindow::EditDde(int purpose) {
+    DdeParametersDialog dialog(cfg_, static_cast<DdeParametersDialog::Purpose>(purpose), this);
+    dialog.exec();
+    Refresh();
 }
 
 void SetupWindow::ChooseTransferMode(config::Integer mode) {

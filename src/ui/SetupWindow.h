@@ -74,6 +74,8 @@ private:
     void RememberFile(const std::string& path);
     void BuildMenus();
     void RefreshRecentFiles();
+    // One of the DDE parameters dialog's purposes, stored on OK.
+    void EditDde(int purpose);
 
     config::Config& cfg_;
     config::SettingsStore& store_;

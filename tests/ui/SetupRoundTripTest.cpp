@@ -3,11 +3,16 @@
 // of both files must be the same, so every dialog stores exactly what was
 // entered, in the setting it belongs to, and nothing else.
 
+#include "ui/DdeParametersDialog.h"
 #include "ui/FieldDefinitionDialog.h"
+#include "ui/HotKeysDialog.h"
+#include "ui/OutputStringEdit.h"
+#include "ui/OutputStringsDialog.h"
 #include "ui/PortSetupDialog.h"
 #include "ui/RecordDialogs.h"
 #include "ui/SettingsDialogs.h"
 #include "ui/SetupWindow.h"
+#include "ui/TranslationTableDialog.h"
 
 #include "config/ConfigFile.h"
 #include "support/ProcessRunner.h"
@@ -20,6 +25,8 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QSpinBox>
+#include <QTableWidget>
+#include <QTest>
 #include <QRadioButton>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -152,6 +159,78 @@ TEST_F(SetupRoundTripTest, EverySectionEditedThroughItsDialogIsSavedAsEntered) {
 
     window.ChooseTransferMode(config::LogToDisk);
     want.TransferMode = config::LogToDisk;
+
+    {
+        ui::TranslationTableDialog tables(cfg, ui::TranslationTableDialog::PreInput);
+        tables.Codes()->setCurrentCell(27, 0);
+        tables.VoidChoice()->click();
+        tables.Codes()->setCurrentCell(10, 0);
+        tables.IgnoreChoice()->click();
+        // The log table, chosen in the same dialog: tabs become blanks.
+        tables.Tables()->setCurrentIndex(ui::TranslationTableDialog::Log);
+        tables.Codes()->setCurrentCell(9, 0);
+        QTest::keyClicks(tables.Character(), " ");
+        tables.accept();
+    }
+    want.PreInputTranslation[27] = "Void Record";
+    want.PreInputTranslation[10] = "Ignore";
+    want.LogTranslation[9] = ' ';
+
+    {
+        ui::OutputStringsDialog strings(cfg, messages);
+        strings.SelectString(2);
+        strings.Caption()->setText("Tare");
+        QTest::keyClicks(strings.Text(), "'T'13,10");
+        strings.Ack()->setText("6");
+        strings.TimerText()->setText("'P'13");
+        strings.Interval()->setText("2500");
+        strings.TimerOn()->setChecked(true);
+        strings.Action()->button(0)->setChecked(true);
+        strings.accept();
+    }
+    want.OutputStringName[2] = "Tare";
+    want.OutputString[2] = "T\r\n";
+    want.AckString = "\x06";
+    want.TimerString = "P\r";
+    want.TimerInterval = 2500;
+    want.TimerEnabled = 1 + 2;
+
+    {
+        ui::HotKeysDialog hotKeys(cfg, messages);
+        hotKeys.SelectSlot(4);
+        hotKeys.Key()->setCurrentIndex(hotKeys.Key()->findText("F5"));
+        hotKeys.Alt()->setChecked(true);
+        hotKeys.Ctrl()->setChecked(true);
+        hotKeys.ActionList()->setCurrentIndex(hotKeys.ActionList()->findText("Transmit String"));
+        QTest::keyClicks(hotKeys.Text(), "'Z'13");
+        hotKeys.accept();
+    }
+    want.HotKeyCode[4] = (4 + 2) << 8 | 0x74; // Alt+Ctrl, F5
+    want.HotKeyAction[4] = 1;
+    want.HotKeyData[4] = "Z\r";
+
+    {
+        ui::DdeParametersDialog command(cfg, ui::DdeParametersDialog::TargetCommand);
+        command.App()->setText("gnumeric");
+        command.Topic()->setText("Sheet1");
+        command.Item()->setText("[Refresh]");
+        command.accept();
+        ui::DdeParametersDialog link(cfg, ui::DdeParametersDialog::OutputLink);
+        link.App()->setText("Corvane");
+        link.Topic()->setText("COM2");
+        link.Item()->setText("Field(1)");
+        link.AutoLink()->setChecked(true);
+        link.StripCrLf()->setChecked(false);
+        link.accept();
+    }
+    want.DdeCmdApp = "gnumeric";
+    want.DdeCmdTopic = "Sheet1";
+    want.DdeCmdText = "[Refresh]";
+    want.OutLinkApp = "Corvane";
+    want.OutLinkTopic = "COM2";
+    want.OutLinkItem = "Field(1)";
+    want.OutLinkAuto = config::True;
+    want.StripOutputCrLf = config::False;
 
     ASSERT_TRUE(messages.shown.empty()) << messages.shown.front().text;
     EXPECT_TRUE(cfg.ConfigChanged);
