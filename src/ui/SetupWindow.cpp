@@ -5,6 +5,7 @@
 #include "control/HotKeys.h"
 #include "serial/PortSettings.h"
 #include "engine/ProcessLocale.h"
+#include "output/RecordDispatch.h"
 #include "ui/DdeParametersDialog.h"
 #include "ui/FieldDefinitionDialog.h"
 #include "ui/HotKeysDialog.h"
@@ -19,6 +20,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -245,8 +247,12 @@ void SetupWindow::BuildMenus() {
             } else if (m == config::DdeServer) {
                 EditDde(DdeParametersDialog::TargetCommand);
             } else if (m == config::LogToDisk) {
+                // Starts at the file the runtime would write ("C:\Corvane.Log"
+                // is Corvane.Log in the home folder).
+                const std::string current =
+                    output::MapLogPath(cfg_.LogFileName, Path(QDir::homePath()));
                 const QString path = QFileDialog::getSaveFileName(
-                    this, "Log File", Latin1Text(cfg_.LogFileName), "Log Files (*.log *.txt);;All Files (*)",
+                    this, "Log File", QString::fromLocal8Bit(current.c_str()), "Log Files (*.log *.txt);;All Files (*)",
                     nullptr, QFileDialog::DontConfirmOverwrite);
                 if (!path.isEmpty() && Path(path) != cfg_.LogFileName) {
                     cfg_.LogFileName = Path(path);
