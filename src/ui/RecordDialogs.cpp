@@ -2,16 +2,20 @@
 
 #include "config/Validation.h"
 
+#include "ui/AsciiChartDialog.h"
 #include "ui/DialogButtons.h"
+#include "ui/OutputStringEdit.h"
 #include "ui/QtMessageSink.h"
 #include <QButtonGroup>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
@@ -22,7 +26,7 @@ namespace {
 // A group of radio buttons, the last one with a text box beside it when
 // chars is given; the checked one is index.
 QButtonGroup* RadioChoices(QGroupBox* box, const QStringList& captions, int index,
-                      QLineEdit* lastBox = nullptr) {
+                      QWidget* lastBox = nullptr) {
     auto* group = new QButtonGroup(box);
     auto* layout = new QGridLayout(box);
     for (int i = 0; i < captions.size(); ++i) {
@@ -35,6 +39,49 @@ QButtonGroup* RadioChoices(QGroupBox* box, const QStringList& captions, int inde
     if (auto* checked = group->button(index))
         checked->setChecked(true);
     return group;
+}
+
+// A character box with an ASCII chart button that inserts a character by its
+// code (how a control character such as ETX or TAB gets into the box) and a
+// note that names the control characters it holds, which the box cannot show.
+QWidget* CharacterRow(QLineEdit* box, const QString& chartCaption,
+                      const std::function<bool(int&)>& pick) {
+    auto* row = new QWidget(box->parentWidget());
+    box->setParent(row);
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(box, 1);
+    auto* chart = new QPushButton(chartCaption, row);
+    chart->setObjectName(box->objectName() + "Chart");
+    chart->setToolTip("Insert a character by its code from the ASCII chart");
+    layout->addWidget(chart);
+    auto* note = new QLabel(row);
+    note->setObjectName(box->objectName() + "Shown");
+    layout->addWidget(note);
+    const auto show = [box, note] {
+        const QString readable = ReadableBytes(Latin1Bytes(box->text()));
+        note->setText(readable == box->text() ? QString() : readable);
+    };
+    QObject::connect(box, &QLineEdit::textChanged, note, show);
+    QObject::connect(chart, &QPushButton::clicked, box, [box, &pick] {
+        int code = 0;
+        if (!pick || !pick(code))
+            return;
+        if (box->maxLength() == 1)
+            box->clear();
+        box->insert(QString(QChar(code)));
+        box->setFocus();
+    });
+    show();
+    return row;
+}
+
+bool PickFromChart(QWidget* parent, int& code) {
+    AsciiChartDialog chart(parent);
+    if (chart.exec() != QDialog::Accepted || chart.SelectedCode() < 0)
+        return false;
+    code = chart.SelectedCode();
+    return true;
 }
 
 void Refuse(config::MessageSink& messages, const config::Refusal& bad, QWidget* focus) {
@@ -55,10 +102,11 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     auto* startBox = new QGroupBox("Start Of Record Event", this);
     startChars_ = new QLineEdit(Latin1Text(cfg.StartOfRecordChars), startBox);
     startChars_->setObjectName("StartOfRecordChars");
+    pickCharacter = [this](int& code) { return PickFromChart(this, code); };
     start_ = RadioChoices(startBox,
                      {"&Any Character Received", "A&lpha/Numeric Char Received",
                       "&Numeric Char Received", "S&pecial Char Received:"},
-                     cfg.StartOfRecordEvent, startChars_);
+                     cfg.StartOfRecordEvent, CharacterRow(startChars_, "C&hart...", pickCharacter));
     layout->addWidget(startBox);
     auto* endBox = new QGroupBox("End Of Record Event", this);
     endChars_ = new QLineEdit(Latin1Text(cfg.EndOfRecordChars), endBox);
@@ -66,7 +114,7 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     end_ = RadioChoices(endBox,
                    {"&Carriage Return or CrLf Received", "&Time Delay Between Records",
                     "&Fixed number of Bytes Received", "Sp&ecial Char Received:"},
-                   cfg.EndOfRecordEvent, endChars_);
+                   cfg.EndOfRecordEvent, CharacterRow(endChars_, "Cha&rt...", pickCharacter));
     layout->addWidget(endBox);
     layout->addWidget(OkCancelButtons(this));
 }
@@ -111,8 +159,11 @@ void NumberDialog::AddDelimiter(const std::string& delimiter) {
     delimiter_ = new QLineEdit(Latin1Text(delimiter), this);
     delimiter_->setObjectName("DelimiterChar");
     delimiter_->setMaxLength(1);
-    static_cast<QFormLayout*>(layout()->itemAt(0)->layout())
-        ->addRow("&Delimiter Character:", delimiter_);
+    pickCharacter = [this](int& code) { return PickFromChart(this, code); };
+    auto* row = CharacterRow(delimiter_, "C&hart...", pickCharacter);
+    auto* label = new QLabel("&Delimiter Character:", this);
+    label->setBuddy(delimiter_);
+    static_cast<QFormLayout*>(layout()->itemAt(0)->layout())->addRow(label, row);
 }
 
 long NumberDialog::Number() const {

@@ -32,6 +32,9 @@ public:
     QButtonGroup* EndEvents() const { return end_; }
     QLineEdit* StartChars() const { return startChars_; }
     QLineEdit* EndChars() const { return endChars_; }
+    // Picks a character code for the chart buttons (the ASCII chart unless a
+    // test answers).
+    std::function<bool(int& code)> pickCharacter;
 
 private:
     config::Config& cfg_;
@@ -58,6 +61,7 @@ public:
     // With a second box for the delimiter character ("Delimited Record").
     void AddDelimiter(const std::string& delimiter);
     QLineEdit* Delimiter() const { return delimiter_; }
+    std::function<bool(int& code)> pickCharacter;
     long Number() const;
 
 private:

@@ -8,7 +8,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QButtonGroup>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -124,4 +126,41 @@ TEST_F(RecordDialogsTest, DelimitedFieldsAskTheirCountAndDelimiterAndAPauseItsTi
     EXPECT_EQ(seen.back(), "Timed Input");
     EXPECT_EQ(cfg.TimeDelayTicks, 5);
     EXPECT_EQ(cfg.RecordStructure, 1); // a pause changes how records end, not their fields
+}
+
+TEST_F(RecordDialogsTest, ControlCharactersComeFromTheChartAndAreNamedBesideTheirBox) {
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
+                       [](QDialog& d) {
+                           auto& e = static_cast<ui::RecordEventsDialog&>(d);
+                           e.pickCharacter = [](int& code) {
+                               code = 3; // ETX
+                               return true;
+                           };
+                           Pick(e.EndEvents(), 3);
+                           e.EndChars()->setText("#");
+                           e.findChild<QPushButton*>("EndOfRecordCharsChart")->click();
+                           EXPECT_EQ(e.EndChars()->text(), QString("#") + QChar(3));
+                           EXPECT_EQ(e.findChild<QLabel*>("EndOfRecordCharsShown")->text(), "#<ETX>");
+                           EXPECT_EQ(e.findChild<QLabel*>("StartOfRecordCharsShown")->text(), "");
+                           e.accept();
+                       }},
+                      {"Input Record Structure",
+                       [](QDialog& d) {
+                           Pick(static_cast<ui::RecordStructureDialog&>(d).Choices(), 1);
+                           d.accept();
+                       }},
+                      {"Delimited Record", [](QDialog& d) {
+                           auto& n = static_cast<ui::NumberDialog&>(d);
+                           n.pickCharacter = [](int& code) {
+                               code = 9; // a tab cannot be typed into the box
+                               return true;
+                           };
+                           n.findChild<QPushButton*>("DelimiterCharChart")->click();
+                           EXPECT_EQ(n.Delimiter()->text(), "\t"); // replaced, one character
+                           n.Value()->setText("4");
+                           n.accept();
+                       }}}));
+    EXPECT_EQ(cfg.EndOfRecordChars, "#\x03");
+    EXPECT_EQ(cfg.DelimiterChar, "\t");
+    EXPECT_EQ(cfg.NumFields, 4);
 }
