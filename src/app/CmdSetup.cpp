@@ -66,10 +66,13 @@ int RunSetup(int argc, char** argv, const std::optional<std::string>& file) {
         window.show();
         window.raise();
     };
+    // A termination signal (a logout, kill) ends the program at once, from
+    // any dialog, without the question about unsaved changes: a program told
+    // to end must not wait for an answer nobody may be there to give.
     SignalWatcher signalWatcher([&](int) {
         if (runtime)
             runtime->Exit();
-        QApplication::quit();
+        QApplication::exit(0);
     });
     window.onRun = [&](ui::RunMode mode) {
         if (runtime || tester)

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <csignal>
 
 using namespace std::chrono_literals;
 using testsupport::ChildProcess;
@@ -56,4 +57,37 @@ TEST(WindowedRun, RecordsArriveAndTheWindowManagersCloseEndsTheProgram) {
     ASSERT_TRUE(status.has_value()) << "the program did not end";
     EXPECT_EQ(*status, 0) << runtime.Stderr();
     EXPECT_FALSE(windowShown());
+}
+
+TEST(WindowedRun, ATermSignalEndsTheSetupWindowFromADialogWithChangesUnsaved) {
+    if (!testsupport::PrivateXServer::Available())
+        GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
+    testsupport::PrivateXServer xserver;
+    ASSERT_TRUE(xserver.started());
+    testsupport::PrivateBus bus;
+    ChildProcess openbox({"/usr/bin/openbox"});
+    ASSERT_TRUE(WaitFor(10s, [] {
+        return RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"})
+                   .out.find("window id") != std::string::npos;
+    }));
+    ChildProcess setup({CORVANE_BINARY});
+    auto shown = [](const char* title) {
+        return RunProgram({"/usr/bin/xdotool", "search", "--name", title}).exitCode == 0;
+    };
+    ASSERT_TRUE(WaitFor(15s, [&] { return shown("^Corvane Setup \\(Untitled\\)$"); }))
+        << setup.Stderr();
+    const std::string window =
+        RunProgram({"/usr/bin/xdotool", "search", "--name", "^Corvane Setup"}).out;
+    RunProgram({"/usr/bin/xdotool", "windowactivate", "--sync", window.substr(0, window.find('\n'))});
+    // Mode > DDE Server changes the configuration and opens the DDE dialog.
+    ASSERT_TRUE(WaitFor(10s, [&] {
+        RunProgram({"/usr/bin/xdotool", "key", "alt+m", "d"});
+        return WaitFor(1s, [&] { return shown("^Target Application DDE Command$"); });
+    }));
+    EXPECT_TRUE(shown("^Corvane Setup \\(Untitled\\) \\*$"));
+
+    setup.Signal(SIGTERM);
+    auto status = setup.WaitExit(5s);
+    ASSERT_TRUE(status.has_value()) << "the program waited instead of ending";
+    EXPECT_EQ(*status, 0) << setup.Stderr();
 }
