@@ -287,9 +287,13 @@ void SetupWindow::BuildMenus() {
     help->addAction("&About Corvane", this, [this] {
         QMessageBox::about(this, "About Corvane",
                            "<b>Corvane " CORVANE_VERSION "</b><p>Serial-port data acquisition "
-                           "into keystrokes, D-Bus and log files.</p><p>Built with Qt " QT_VERSION_STR
-                           ", used under the GNU LGPL version 3.</p>");
+                           "into keystrokes, D-Bus and log files.</p>"
+                           "<p>Copyright 2026 The Corvane developers. All rights reserved "
+                           "(the terms are in /usr/share/doc/corvane/copyright).</p>"
+                           "<p>Built with Qt " QT_VERSION_STR
+                           ", used under the GNU LGPL version 3 (Help &gt; About Qt).</p>");
     });
+    help->addAction("About &Qt", this, [this] { QMessageBox::aboutQt(this); });
 }
 
 void SetupWindow::EditDde(int purpose) {
