@@ -1,7 +1,9 @@
 #include "ui/DialogButtons.h"
 
+#include <QBoxLayout>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QPushButton>
 
 namespace ui {
 
@@ -10,6 +12,18 @@ QDialogButtonBox* OkCancelButtons(QDialog* dialog) {
     QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
     QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
     return buttons;
+}
+
+QPushButton* AddChartAndOkCancel(QDialog* dialog, QBoxLayout* layout) {
+    auto* chart = new QPushButton("ASCII C&hart...", dialog);
+    chart->setObjectName("AsciiChartButton");
+    chart->setAutoDefault(false); // Enter still means OK
+    auto* row = new QHBoxLayout;
+    row->addWidget(chart);
+    row->addStretch(1);
+    row->addWidget(OkCancelButtons(dialog));
+    layout->addLayout(row);
+    return chart;
 }
 
 } // namespace ui

@@ -114,17 +114,10 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
     form->addRow("Strin&g to Transmit:", text_);
     form->addRow("", text_->MakeSummaryLabel(editBox));
 
-    chart_ = new QPushButton("ASCII C&hart...", this);
-    chart_->setObjectName("AsciiChartButton");
-    chart_->setAutoDefault(false);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(chart_);
-    buttons->addStretch(1);
-    buttons->addWidget(OkCancelButtons(this));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(slotsBox, 1);
     layout->addWidget(editBox);
-    layout->addLayout(buttons);
+    chart_ = AddChartAndOkCancel(this, layout);
 
     connect(table_, &QTableWidget::currentCellChanged, this, [this](int row) { SelectSlot(row); });
     connect(key_, &QComboBox::currentIndexChanged, this, [this] { TakeKey(); });

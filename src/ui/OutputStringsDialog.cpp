@@ -132,16 +132,9 @@ OutputStringsDialog::OutputStringsDialog(config::Config& cfg, config::MessageSin
     columns->addWidget(stringsBox, 1);
     columns->addLayout(right);
 
-    chart_ = new QPushButton("ASCII C&hart...", this);
-    chart_->setObjectName("AsciiChartButton");
-    chart_->setAutoDefault(false);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(chart_);
-    buttons->addStretch(1);
-    buttons->addWidget(OkCancelButtons(this));
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(columns);
-    layout->addLayout(buttons);
+    chart_ = AddChartAndOkCancel(this, layout);
 
     connect(table_, &QTableWidget::currentCellChanged, this,
             [this](int row) { SelectString(row + 1); });
