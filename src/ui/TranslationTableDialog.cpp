@@ -5,6 +5,7 @@
 
 #include "ui/AsciiChartDialog.h"
 #include "ui/DialogButtons.h"
+#include "ui/KeystrokePickerDialog.h"
 #include "ui/QtMessageSink.h"
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -235,6 +236,10 @@ TranslationTableDialog::TranslationTableDialog(config::Config& cfg, Table table,
     auto* keystrokeRow = new QHBoxLayout;
     keystrokeRow->addWidget(keystrokesLabel);
     keystrokeRow->addWidget(keystrokes_, 1);
+    keys_ = new QPushButton("Ke&ys...", keystrokePage);
+    keys_->setObjectName("Keys");
+    keys_->setToolTip("Insert a key name such as {ENTER} from the list of keystrokes");
+    keystrokeRow->addWidget(keys_);
     keystrokeLayout->addLayout(keystrokeRow);
     keystrokeLayout->addWidget(verdict_);
     keystrokeLayout->addStretch(1);
@@ -306,6 +311,15 @@ TranslationTableDialog::TranslationTableDialog(config::Config& cfg, Table table,
         ShowVerdict();
     });
     connect(chart_, &QPushButton::clicked, this, [this] { ChooseFromChart(); });
+    connect(keys_, &QPushButton::clicked, this, [this] {
+        KeystrokePickerDialog picker(this);
+        if (picker.exec() != QDialog::Accepted || picker.SelectedText().isEmpty())
+            return;
+        keystrokes_->insert(picker.SelectedText());
+        SetEntry(CurrentCode(), Latin1Bytes(keystrokes_->text()));
+        ShowVerdict();
+        keystrokes_->setFocus();
+    });
     connect(nul_, &QPushButton::clicked, this, [this] {
         if (Shown() != Keystroke) {
             ReplaceWithCode(0);

@@ -64,6 +64,7 @@ public:
     QLineEdit* Keystrokes() const { return keystrokes_; }
     QLabel* Verdict() const { return verdict_; }
     QPushButton* ChartButton() const { return chart_; }
+    QPushButton* KeysButton() const { return keys_; }
     QPushButton* NulButton() const { return nul_; }
     QPushButton* ResetButton() const { return reset_; }
 
@@ -99,6 +100,7 @@ private:
     QLineEdit* keystrokes_;
     QLabel* verdict_;
     QPushButton* chart_;
+    QPushButton* keys_;
     QPushButton* nul_;
     QLabel* note_;
     QPushButton* reset_;

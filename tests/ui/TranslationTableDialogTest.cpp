@@ -5,6 +5,7 @@
 #include "ui/TranslationTableDialog.h"
 
 #include "ui/AsciiChartDialog.h"
+#include "ui/KeystrokePickerDialog.h"
 
 #include "OffscreenApp.h"
 
@@ -132,11 +133,21 @@ TEST_F(TranslationTableDialogTest, KeystrokeEntriesSayWhetherTheyParse) {
     dialog.Keystrokes()->clear();
     PickFromChart(dialog, '+');
     EXPECT_EQ(dialog.Keystrokes()->text(), "{+}");
+    // A key name from the keystroke picker goes in at the cursor.
+    QTimer::singleShot(0, &dialog, [&dialog] {
+        auto* picker = dialog.findChild<ui::KeystrokePickerDialog*>();
+        ASSERT_NE(picker, nullptr);
+        ASSERT_TRUE(picker->SelectText("{TAB}"));
+        picker->accept();
+    });
+    dialog.KeysButton()->click();
+    EXPECT_EQ(dialog.Keystrokes()->text(), "{+}{TAB}");
+    EXPECT_EQ(Shown(dialog, 66), "{+}{TAB}");
 
     dialog.accept();
     EXPECT_EQ(cfg.TranslationTable[10], "{ENTER}");
     EXPECT_EQ(cfg.TranslationTable[65], "NUL");
-    EXPECT_EQ(cfg.TranslationTable[66], "{+}");
+    EXPECT_EQ(cfg.TranslationTable[66], "{+}{TAB}");
     EXPECT_TRUE(cfg.ConfigChanged);
 }
 
