@@ -26,7 +26,7 @@ namespace {
 // A group of radio buttons, the last one with a text box beside it when
 // chars is given; the checked one is index.
 QButtonGroup* RadioChoices(QGroupBox* box, const QStringList& captions, int index,
-                      QWidget* lastBox = nullptr) {
+                           QWidget* lastBox = nullptr) {
     auto* group = new QButtonGroup(box);
     auto* layout = new QGridLayout(box);
     for (int i = 0; i < captions.size(); ++i) {
@@ -87,8 +87,8 @@ bool PickFromChart(QWidget* parent, int& code) {
 void Refuse(config::MessageSink& messages, const config::Refusal& bad, QWidget* focus) {
     if (bad.beep)
         messages.Beep();
-    messages.Show({bad.text, bad.title, config::MessageIcon::Exclamation,
-                   config::MessageButtons::Ok});
+    messages.Show(
+        {bad.text, bad.title, config::MessageIcon::Exclamation, config::MessageButtons::Ok});
     focus->setFocus();
 }
 
@@ -103,7 +103,8 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     startChars_ = new QLineEdit(Latin1Text(cfg.StartOfRecordChars), startBox);
     startChars_->setObjectName("StartOfRecordChars");
     pickCharacter = [this](int& code) { return PickFromChart(this, code); };
-    start_ = RadioChoices(startBox,
+    start_ =
+        RadioChoices(startBox,
                      {"&Any Character Received", "A&lpha/Numeric Char Received",
                       "&Numeric Char Received", "S&pecial Char Received:"},
                      cfg.StartOfRecordEvent, CharacterRow(startChars_, "C&hart...", pickCharacter));
@@ -112,9 +113,9 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     endChars_ = new QLineEdit(Latin1Text(cfg.EndOfRecordChars), endBox);
     endChars_->setObjectName("EndOfRecordChars");
     end_ = RadioChoices(endBox,
-                   {"&Carriage Return or CrLf Received", "&Time Delay Between Records",
-                    "&Fixed number of Bytes Received", "Sp&ecial Char Received:"},
-                   cfg.EndOfRecordEvent, CharacterRow(endChars_, "Cha&rt...", pickCharacter));
+                        {"&Carriage Return or CrLf Received", "&Time Delay Between Records",
+                         "&Fixed number of Bytes Received", "Sp&ecial Char Received:"},
+                        cfg.EndOfRecordEvent, CharacterRow(endChars_, "Cha&rt...", pickCharacter));
     layout->addWidget(endBox);
     layout->addWidget(OkCancelButtons(this));
 }
@@ -193,10 +194,10 @@ RecordStructureDialog::RecordStructureDialog(const config::Config& cfg, QWidget*
     auto* layout = new QVBoxLayout(this);
     auto* box = new QGroupBox("Record Structure", this);
     choices_ = RadioChoices(box,
-                       {"Each data record contains a &single data field",
-                        "Each record contains multiple &delimited data fields",
-                        "Each record contains multiple &fixed length data fields"},
-                       cfg.RecordStructure);
+                            {"Each data record contains a &single data field",
+                             "Each record contains multiple &delimited data fields",
+                             "Each record contains multiple &fixed length data fields"},
+                            cfg.RecordStructure);
     layout->addWidget(box);
     layout->addWidget(OkCancelButtons(this));
 }

@@ -3,9 +3,9 @@
 #include "config/ConfigFile.h"
 #include "config/RecentFiles.h"
 #include "control/HotKeys.h"
-#include "serial/PortSettings.h"
 #include "engine/ProcessLocale.h"
 #include "output/RecordDispatch.h"
+#include "serial/PortSettings.h"
 #include "ui/DdeParametersDialog.h"
 #include "ui/FieldDefinitionDialog.h"
 #include "ui/HotKeysDialog.h"
@@ -20,8 +20,8 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDir>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
@@ -49,8 +49,8 @@ const char* const StartEventNames[] = {"any character", "a letter or digit", "a 
                                        "a special character"};
 const char* const EndEventNames[] = {"a carriage return (or CR LF)", "a pause",
                                      "a fixed number of bytes", "a special character"};
-const char* const FilterNames[] = {"", "ignored", "numbers only", "hex to decimal",
-                                   "octal to decimal", "binary to hex"};
+const char* const FilterNames[] = {
+    "", "ignored", "numbers only", "hex to decimal", "octal to decimal", "binary to hex"};
 const char* const StructureNames[] = {"one field", "delimited fields", "fixed-length fields"};
 
 } // namespace
@@ -73,14 +73,16 @@ std::string DescribeConfiguration(const config::Config& cfg) {
     if (cfg.RecordStructure != 0)
         text += " (" + std::to_string(cfg.NumFields) + ")";
     // Each field that does more than pass its text on, the first few.
-    const int fields = cfg.RecordStructure == 0 ? 1 : std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
+    const int fields =
+        cfg.RecordStructure == 0 ? 1 : std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
     int described = 0;
     for (int i = 1; i <= fields; ++i) {
         std::string parts;
         const auto add = [&parts](const std::string& part) {
             parts += (parts.empty() ? "" : ", ") + part;
         };
-        const std::size_t filter = std::string_view("CINHOB").find(cfg.FieldFilter[i].empty() ? 'C' : cfg.FieldFilter[i][0]);
+        const std::size_t filter = std::string_view("CINHOB").find(
+            cfg.FieldFilter[i].empty() ? 'C' : cfg.FieldFilter[i][0]);
         if (filter != 0 && filter != std::string_view::npos)
             add(FilterNames[filter]);
         if (!cfg.FieldExpression[i].empty())
@@ -182,7 +184,8 @@ void SetupWindow::BuildMenus() {
         Refresh();
     });
     settings->addAction("&Records...", this, [this] {
-        EditRecordFraming(cfg_, messages_, this, [](QDialog& d) { return d.exec() == QDialog::Accepted; });
+        EditRecordFraming(cfg_, messages_, this,
+                          [](QDialog& d) { return d.exec() == QDialog::Accepted; });
         Refresh();
     });
     settings->addAction("&Field Definitions...", this, [this] {
@@ -192,7 +195,8 @@ void SetupWindow::BuildMenus() {
         Refresh();
     });
     settings->addAction("&Translation Tables...", this, [this] {
-        TranslationTableDialog dialog(cfg_, TranslationTableDialog::TableForMode(cfg_.TransferMode), this);
+        TranslationTableDialog dialog(cfg_, TranslationTableDialog::TableForMode(cfg_.TransferMode),
+                                      this);
         dialog.exec();
         Refresh();
     });
@@ -252,8 +256,9 @@ void SetupWindow::BuildMenus() {
                 const std::string current =
                     output::MapLogPath(cfg_.LogFileName, Path(QDir::homePath()));
                 const QString path = QFileDialog::getSaveFileName(
-                    this, "Log File", QString::fromLocal8Bit(current.c_str()), "Log Files (*.log *.txt);;All Files (*)",
-                    nullptr, QFileDialog::DontConfirmOverwrite);
+                    this, "Log File", QString::fromLocal8Bit(current.c_str()),
+                    "Log Files (*.log *.txt);;All Files (*)", nullptr,
+                    QFileDialog::DontConfirmOverwrite);
                 if (!path.isEmpty() && Path(path) != cfg_.LogFileName) {
                     cfg_.LogFileName = Path(path);
                     cfg_.ConfigChanged = config::True;
@@ -319,7 +324,8 @@ void SetupWindow::RefreshRecentFiles() {
     const std::vector<std::string> files = config::ReadRecentFiles(store_);
     for (std::size_t i = 0; i < files.size(); ++i) {
         const std::string path = files[i];
-        auto* action = new QAction(QString("&%1 %2").arg(i + 1).arg(QString::fromLocal8Bit(path.c_str())), file_);
+        auto* action = new QAction(
+            QString("&%1 %2").arg(i + 1).arg(QString::fromLocal8Bit(path.c_str())), file_);
         connect(action, &QAction::triggered, this, [this, path] { Open(path); });
         file_->insertAction(recentSeparator_, action);
         recent_.push_back(action);
@@ -343,8 +349,9 @@ bool SetupWindow::MayLeave() {
         const auto button = QMessageBox::question(
             this, "Corvane Setup",
             "The configuration has changed. Save the changes to " +
-                (cfg_.ConfigFileName.empty() ? QString("a file")
-                                             : QString::fromLocal8Bit(cfg_.ConfigFileName.c_str())) +
+                (cfg_.ConfigFileName.empty()
+                     ? QString("a file")
+                     : QString::fromLocal8Bit(cfg_.ConfigFileName.c_str())) +
                 "?",
             QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
         answer = button == QMessageBox::Save      ? SaveAnswer::Save

@@ -78,7 +78,8 @@ TEST(WindowedRun, ATermSignalEndsTheSetupWindowFromADialogWithChangesUnsaved) {
         << setup.Stderr();
     const std::string window =
         RunProgram({"/usr/bin/xdotool", "search", "--name", "^Corvane Setup"}).out;
-    RunProgram({"/usr/bin/xdotool", "windowactivate", "--sync", window.substr(0, window.find('\n'))});
+    RunProgram(
+        {"/usr/bin/xdotool", "windowactivate", "--sync", window.substr(0, window.find('\n'))});
     // Mode > DDE Server changes the configuration and opens the DDE dialog.
     ASSERT_TRUE(WaitFor(10s, [&] {
         RunProgram({"/usr/bin/xdotool", "key", "alt+m", "d"});

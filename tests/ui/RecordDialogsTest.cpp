@@ -58,7 +58,8 @@ TEST_F(RecordDialogsTest, AFixedNumberOfBytesForcesFixedFieldsAndAsksTheLength) 
                            f.Value()->setText("24");
                            f.accept();
                        }}}));
-    EXPECT_EQ(seen, (std::vector<QString>{"Start and End Of Record Events", "Fixed Length Record"}));
+    EXPECT_EQ(seen,
+              (std::vector<QString>{"Start and End Of Record Events", "Fixed Length Record"}));
     EXPECT_EQ(cfg.EndOfRecordEvent, 2);
     EXPECT_EQ(cfg.RecordStructure, 2);
     EXPECT_EQ(cfg.NumFields, 40);
@@ -140,7 +141,8 @@ TEST_F(RecordDialogsTest, ControlCharactersComeFromTheChartAndAreNamedBesideThei
                            e.EndChars()->setText("#");
                            e.findChild<QPushButton*>("EndOfRecordCharsChart")->click();
                            EXPECT_EQ(e.EndChars()->text(), QString("#") + QChar(3));
-                           EXPECT_EQ(e.findChild<QLabel*>("EndOfRecordCharsShown")->text(), "#<ETX>");
+                           EXPECT_EQ(e.findChild<QLabel*>("EndOfRecordCharsShown")->text(),
+                                     "#<ETX>");
                            EXPECT_EQ(e.findChild<QLabel*>("StartOfRecordCharsShown")->text(), "");
                            e.accept();
                        }},

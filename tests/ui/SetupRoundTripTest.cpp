@@ -24,10 +24,10 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QRadioButton>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
-#include <QRadioButton>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 

@@ -155,7 +155,8 @@ TEST_F(SetupWindowTest, TheOverviewNamesTheEventsAndWhatEachFieldDoes) {
     cfg.FieldFormat[8] = "beyond the record"; // not one of its fields
     const std::string text = ui::DescribeConfiguration(cfg);
     EXPECT_NE(text.find("Records start at a number, end at a carriage return"), std::string::npos);
-    EXPECT_NE(text.find("Field 1: numbers only, math field(1)*1000, format 0.0\n"), std::string::npos);
+    EXPECT_NE(text.find("Field 1: numbers only, math field(1)*1000, format 0.0\n"),
+              std::string::npos);
     EXPECT_NE(text.find("Field 2: ignored\n"), std::string::npos);
     EXPECT_NE(text.find("Field 4: format Fixed\n  ..."), std::string::npos) << text;
     EXPECT_EQ(text.find("Field 5"), std::string::npos);
