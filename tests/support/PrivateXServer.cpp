@@ -31,6 +31,21 @@ bool DisplayListening(int n) {
     return listening;
 }
 
+// The process that holds display n: the number in its lock file, 0 when
+// there is none.
+int LockHolder(int n) {
+    char path[64];
+    std::snprintf(path, sizeof path, "/tmp/.X%d-lock", n);
+    std::FILE* file = std::fopen(path, "r");
+    if (!file)
+        return 0;
+    int pid = 0;
+    if (std::fscanf(file, "%d", &pid) != 1)
+        pid = 0;
+    std::fclose(file);
+    return pid;
+}
+
 } // namespace
 
 bool PrivateXServer::Available() {
@@ -38,17 +53,22 @@ bool PrivateXServer::Available() {
 }
 
 PrivateXServer::PrivateXServer() {
-    // Tests run in parallel: a server that lost the race for a display
-    // number exits at once, and the next number is tried.
+    // Tests run in parallel: two may start a server on the same number. The
+    // display is ours only when our server holds its lock file and listens;
+    // a server that lost the race exits, and the next number is tried. (A
+    // loser that was merely slow to exit once made a test use another test's
+    // server, which went away under it.)
     for (int n = 100 + static_cast<int>(::getpid() % 400); n < 600; ++n) {
         if (DisplayListening(n))
             continue;
         display_ = ":" + std::to_string(n);
         xvfb_ = std::make_unique<ChildProcess>(
             std::vector<std::string>{Xvfb, display_, "-nolisten", "tcp"});
-        const bool up =
-            WaitFor(10s, [&] { return DisplayListening(n) || xvfb_->WaitExit(0ms).has_value(); });
-        if (up && !xvfb_->WaitExit(300ms).has_value())
+        const bool ours = WaitFor(10s, [&] {
+            return (LockHolder(n) == xvfb_->pid() && DisplayListening(n)) ||
+                   xvfb_->WaitExit(0ms).has_value();
+        });
+        if (ours && !xvfb_->WaitExit(0ms).has_value())
             break;
         xvfb_.reset();
     }
