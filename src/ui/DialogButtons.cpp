@@ -3,7 +3,10 @@
 #include <QBoxLayout>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFontMetrics>
+#include <QHeaderView>
 #include <QPushButton>
+#include <QTableWidget>
 
 namespace ui {
 
@@ -24,6 +27,21 @@ QPushButton* AddChartAndOkCancel(QDialog* dialog, QBoxLayout* layout) {
     row->addWidget(OkCancelButtons(dialog));
     layout->addLayout(row);
     return chart;
+}
+
+QTableWidget* PickingTable(int rows, const QStringList& headers, QWidget* parent) {
+    auto* table = new QTableWidget(rows, static_cast<int>(headers.size()), parent);
+    table->setHorizontalHeaderLabels(headers);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setSelectionMode(QAbstractItemView::SingleSelection);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setTabKeyNavigation(false); // Tab leaves the list
+    table->horizontalHeader()->setStretchLastSection(true);
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 6);
+    for (int row = 0; row < rows; ++row)
+        for (int column = 0; column < headers.size(); ++column)
+            table->setItem(row, column, new QTableWidgetItem);
+    return table;
 }
 
 } // namespace ui

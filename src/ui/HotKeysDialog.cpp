@@ -55,18 +55,9 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
         notations_[i] = QString::fromLatin1(control::EncodeOutputString(cfg.HotKeyData[i]));
 
     auto* slotsBox = new QGroupBox("Hot &Keys", this);
-    table_ = new QTableWidget(config::NumHotKeys, 3, slotsBox);
+    table_ = PickingTable(config::NumHotKeys, {"Hot Key", "Action", "Sends"}, slotsBox);
     table_->setObjectName("HotKeys");
-    table_->setHorizontalHeaderLabels({"Hot Key", "Action", "Sends"});
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->setSelectionMode(QAbstractItemView::SingleSelection);
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setTabKeyNavigation(false);
-    table_->horizontalHeader()->setStretchLastSection(true);
-    table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 6);
     for (int slot = 0; slot < config::NumHotKeys; ++slot) {
-        for (int column = 0; column < 3; ++column)
-            table_->setItem(slot, column, new QTableWidgetItem);
         ShowRow(slot);
     }
     table_->setColumnWidth(KeyColumn, 170);

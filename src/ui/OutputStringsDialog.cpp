@@ -52,20 +52,10 @@ OutputStringsDialog::OutputStringsDialog(config::Config& cfg, config::MessageSin
 
     // The 20 strings: a list of all, and the boxes of the selected one.
     auto* stringsBox = new QGroupBox("&Output Strings", this);
-    table_ = new QTableWidget(config::NumOutputStrings, 2, stringsBox);
+    table_ = PickingTable(config::NumOutputStrings, {"Caption", "Sends"}, stringsBox);
     table_->setObjectName("OutputStrings");
-    table_->setHorizontalHeaderLabels({"Caption", "Sends"});
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->setSelectionMode(QAbstractItemView::SingleSelection);
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setTabKeyNavigation(false);
-    table_->horizontalHeader()->setStretchLastSection(true);
-    table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 6);
-    for (int n = 1; n <= config::NumOutputStrings; ++n) {
-        table_->setItem(n - 1, CaptionColumn, new QTableWidgetItem);
-        table_->setItem(n - 1, SendsColumn, new QTableWidgetItem);
+    for (int n = 1; n <= config::NumOutputStrings; ++n)
         ShowRow(n);
-    }
     table_->setColumnWidth(CaptionColumn, 130);
     table_->setMinimumSize(380, table_->verticalHeader()->defaultSectionSize() * 12);
     caption_ = new QLineEdit(stringsBox);

@@ -13,23 +13,41 @@
 
 #include <chrono>
 #include <csignal>
+#include <memory>
 
 using namespace std::chrono_literals;
 using testsupport::ChildProcess;
 using testsupport::RunProgram;
 using testsupport::WaitFor;
 
-TEST(WindowedRun, RecordsArriveAndTheWindowManagersCloseEndsTheProgram) {
-    if (!testsupport::PrivateXServer::Available())
-        GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
-    testsupport::PrivateXServer xserver;
-    ASSERT_TRUE(xserver.started());
-    testsupport::PrivateBus bus;
-    ChildProcess openbox({"/usr/bin/openbox"});
-    ASSERT_TRUE(WaitFor(10s, [] {
-        return RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"})
-                   .out.find("window id") != std::string::npos;
-    }));
+// A desktop of the test's own: Xvfb, a session bus and openbox.
+class WindowedRun : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!testsupport::PrivateXServer::Available())
+            GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
+        xserver = std::make_unique<testsupport::PrivateXServer>();
+        ASSERT_TRUE(xserver->started());
+        bus = std::make_unique<testsupport::PrivateBus>();
+        openbox = std::make_unique<ChildProcess>(std::vector<std::string>{"/usr/bin/openbox"});
+        ASSERT_TRUE(WaitFor(10s, [] {
+            return RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"})
+                       .out.find("window id") != std::string::npos;
+        }));
+    }
+    void TearDown() override {
+        // The window manager goes before its server.
+        openbox.reset();
+        bus.reset();
+        xserver.reset();
+    }
+
+    std::unique_ptr<testsupport::PrivateXServer> xserver;
+    std::unique_ptr<testsupport::PrivateBus> bus;
+    std::unique_ptr<ChildProcess> openbox;
+};
+
+TEST_F(WindowedRun, RecordsArriveAndTheWindowManagersCloseEndsTheProgram) {
 
     testsupport::TempDir dir;
     nlohmann::json cfg;
@@ -59,17 +77,7 @@ TEST(WindowedRun, RecordsArriveAndTheWindowManagersCloseEndsTheProgram) {
     EXPECT_FALSE(windowShown());
 }
 
-TEST(WindowedRun, ATermSignalEndsTheSetupWindowFromADialogWithChangesUnsaved) {
-    if (!testsupport::PrivateXServer::Available())
-        GTEST_SKIP() << "Xvfb is not installed (scripts/setup installs it)";
-    testsupport::PrivateXServer xserver;
-    ASSERT_TRUE(xserver.started());
-    testsupport::PrivateBus bus;
-    ChildProcess openbox({"/usr/bin/openbox"});
-    ASSERT_TRUE(WaitFor(10s, [] {
-        return RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"})
-                   .out.find("window id") != std::string::npos;
-    }));
+TEST_F(WindowedRun, ATermSignalEndsTheSetupWindowFromADialogWithChangesUnsaved) {
     ChildProcess setup({CORVANE_BINARY});
     auto shown = [](const char* title) {
         return RunProgram({"/usr/bin/xdotool", "search", "--name", title}).exitCode == 0;
