@@ -62,6 +62,14 @@ AsciiChartDialog::AsciiChartDialog(QWidget* parent) : QDialog(parent) {
     SelectCode(65);
 }
 
+bool AsciiChartDialog::PickCode(QWidget* parent, int& code) {
+    AsciiChartDialog chart(parent);
+    if (chart.exec() != QDialog::Accepted || chart.SelectedCode() < 0)
+        return false;
+    code = chart.SelectedCode();
+    return true;
+}
+
 int AsciiChartDialog::SelectedCode() const {
     const auto rows = table_->selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.first().row();

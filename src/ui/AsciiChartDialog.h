@@ -13,6 +13,10 @@ class AsciiChartDialog : public QDialog {
     Q_OBJECT
 public:
     explicit AsciiChartDialog(QWidget* parent = nullptr);
+    // Shows the chart over parent; true with the chosen code when the user
+    // picked one (the default way the character buttons of a window ask).
+    static bool PickCode(QWidget* parent, int& code);
+
     // The code of the selected row, -1 when none is.
     int SelectedCode() const;
     void SelectCode(int code);

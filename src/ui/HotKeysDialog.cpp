@@ -121,13 +121,7 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
         notations_[static_cast<std::size_t>(selected_)] = notation;
         ShowRow(selected_);
     });
-    pickCharacter = [this](int& code) {
-        AsciiChartDialog chart(this);
-        if (chart.exec() != QDialog::Accepted || chart.SelectedCode() < 0)
-            return false;
-        code = chart.SelectedCode();
-        return true;
-    };
+    pickCharacter = [this](int& code) { return AsciiChartDialog::PickCode(this, code); };
     connect(chart_, &QPushButton::clicked, this, [this] {
         int code = 0;
         if (!pickCharacter(code))

@@ -139,13 +139,7 @@ OutputStringsDialog::OutputStringsDialog(config::Config& cfg, config::MessageSin
     lastEdit_ = text_;
     for (OutputStringEdit* edit : {text_, ack_, timerText_})
         connect(edit, &OutputStringEdit::Focused, this, [this, edit] { lastEdit_ = edit; });
-    pickCharacter = [this](int& code) {
-        AsciiChartDialog chart(this);
-        if (chart.exec() != QDialog::Accepted || chart.SelectedCode() < 0)
-            return false;
-        code = chart.SelectedCode();
-        return true;
-    };
+    pickCharacter = [this](int& code) { return AsciiChartDialog::PickCode(this, code); };
     connect(chart_, &QPushButton::clicked, this, [this] { PickCharacter(); });
 
     QWidget* const order[] = {table_,   caption_,           text_, ack_, timerText_, interval_,

@@ -153,13 +153,7 @@ PortTestWindow::PortTestWindow(config::Config& cfg, serial::Port& port,
     connect(quit, &QPushButton::clicked, this, &QWidget::close);
     connect(buffer_, &QPlainTextEdit::selectionChanged, this, [this] { RefreshCounters(); });
 
-    pickCharacter = [this](int& code) {
-        AsciiChartDialog dialog(this);
-        if (dialog.exec() != QDialog::Accepted || dialog.SelectedCode() < 0)
-            return false;
-        code = dialog.SelectedCode();
-        return true;
-    };
+    pickCharacter = [this](int& code) { return AsciiChartDialog::PickCode(this, code); };
 
     timer_ = new QTimer(this);
     connect(timer_, &QTimer::timeout, this, [this] { Tick(); });

@@ -76,14 +76,6 @@ QWidget* CharacterRow(QLineEdit* box, const QString& chartCaption,
     return row;
 }
 
-bool PickFromChart(QWidget* parent, int& code) {
-    AsciiChartDialog chart(parent);
-    if (chart.exec() != QDialog::Accepted || chart.SelectedCode() < 0)
-        return false;
-    code = chart.SelectedCode();
-    return true;
-}
-
 void Refuse(config::MessageSink& messages, const config::Refusal& bad, QWidget* focus) {
     if (bad.beep)
         messages.Beep();
@@ -102,7 +94,7 @@ RecordEventsDialog::RecordEventsDialog(config::Config& cfg, config::MessageSink&
     auto* startBox = new QGroupBox("Start Of Record Event", this);
     startChars_ = new QLineEdit(Latin1Text(cfg.StartOfRecordChars), startBox);
     startChars_->setObjectName("StartOfRecordChars");
-    pickCharacter = [this](int& code) { return PickFromChart(this, code); };
+    pickCharacter = [this](int& code) { return AsciiChartDialog::PickCode(this, code); };
     start_ =
         RadioChoices(startBox,
                      {"&Any Character Received", "A&lpha/Numeric Char Received",
@@ -160,7 +152,7 @@ void NumberDialog::AddDelimiter(const std::string& delimiter) {
     delimiter_ = new QLineEdit(Latin1Text(delimiter), this);
     delimiter_->setObjectName("DelimiterChar");
     delimiter_->setMaxLength(1);
-    pickCharacter = [this](int& code) { return PickFromChart(this, code); };
+    pickCharacter = [this](int& code) { return AsciiChartDialog::PickCode(this, code); };
     auto* row = CharacterRow(delimiter_, "C&hart...", pickCharacter);
     auto* label = new QLabel("&Delimiter Character:", this);
     label->setBuddy(delimiter_);
