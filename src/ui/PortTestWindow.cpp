@@ -61,7 +61,7 @@ PortTestWindow::PortTestWindow(config::Config& cfg, serial::Port& port,
     selStart_ = Counter("SelStartPosition", inputBox);
     selCount_ = Counter("SelByteCount", inputBox);
     auto* clear = Button(tr("&Clear Input"), "BufferClearButton", inputBox);
-    preInput_ = new QCheckBox(tr("Activate Pre-Input Character Translation Table"));
+    preInput_ = new QCheckBox(tr("Activate &Pre-Input Character Translation Table"));
     preInput_->setObjectName("Check1");
 
     auto* selected = new QGroupBox(tr("Selected Text:"));
@@ -91,7 +91,7 @@ PortTestWindow::PortTestWindow(config::Config& cfg, serial::Port& port,
     output_->setObjectName("OutputBuffer");
     output_->setFont(terminal);
     auto* send = Button(tr("&Send"), "SendButton", outputBox);
-    auto* chart = Button(tr("ASCII Chart"), "AsciiChartButton", outputBox);
+    auto* chart = Button(tr("ASCII C&hart"), "AsciiChartButton", outputBox);
     auto* dtr = Button(tr("&DTR~"), "DTRButton", outputBox);
     auto* brk = Button(tr("&Break"), "Command1", outputBox);
     auto* outputRow = new QHBoxLayout;
