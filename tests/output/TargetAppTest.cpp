@@ -217,17 +217,27 @@ TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
     }
 }
 
-TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGetsItBack) {
+// The user's "Mail" in front of the target "Balance Log", a keyboard that
+// notes which window each key goes to, and a dispatch that types into the
+// target through them.
+struct FocusRig {
     FakeWindows windows;
-    windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
-    windows.focusLag = 5;
     config::Config cfg;
-    cfg.TargetAppTitle = "balance";
-    WatchedKeyboard keyboard(windows);
+    WatchedKeyboard keyboard{windows};
     PumpedClock clock;
-    KeySender sender(keyboard, clock, clock.Pump());
+    KeySender sender{keyboard, clock, clock.Pump()};
     config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+    KeystrokeDispatch dispatch{cfg, windows, sender, messages, clock, clock.Pump()};
+    FocusRig() {
+        windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
+        cfg.TargetAppTitle = "balance";
+    }
+};
+
+TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGetsItBack) {
+    FocusRig rig;
+    auto& [windows, cfg, keyboard, clock, sender, messages, dispatch] = rig;
+    windows.focusLag = 5;
     for (int record = 0; record < 2; ++record) {
         EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("12"); }));
         EXPECT_EQ(windows.Front(), 1u) << "the switch back is complete before the next record";
@@ -247,16 +257,9 @@ TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGets
 }
 
 TEST(TargetApplication, ATargetThatNeverGetsTheFocusGetsNothingAndIsReportedOnce) {
-    FakeWindows windows;
-    windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
+    FocusRig rig;
+    auto& [windows, cfg, keyboard, clock, sender, messages, dispatch] = rig;
     windows.refuseFocus = true;
-    config::Config cfg;
-    cfg.TargetAppTitle = "balance";
-    WatchedKeyboard keyboard(windows);
-    PumpedClock clock;
-    KeySender sender(keyboard, clock, clock.Pump());
-    config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
     bool built = false;
     for (int record = 0; record < 3; ++record)
         EXPECT_FALSE(dispatch.DeliverRecord([&] {
