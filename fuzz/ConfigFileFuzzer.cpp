@@ -43,8 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // times a read that ends early, so the check runs for every complete
     // file and for one in eight of the others.
     const bool check = status == config::LoadStatus::Complete || size % 8 == 0;
-    if (check && config::SettingTheFileCannotKeep(cfg).empty()) {
-        file.Write(config::SerializeConfig(cfg));
+    std::string unkept;
+    const std::string saved = check ? config::SerializeConfig(cfg, &unkept) : std::string();
+    if (check && unkept.empty()) {
+        file.Write(saved);
         config::Config back;
         fuzz::Require(config::LoadConfigFile(back, file.path(), messages) ==
                           config::LoadStatus::Complete,

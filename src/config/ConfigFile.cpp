@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <fstream>
 #include <optional>
@@ -45,13 +46,15 @@ std::optional<Layout> LayoutOf(const std::string& banner) {
 
 // Sequential reading of a configuration file. Every read either succeeds or
 // marks the reader failed (end of file, a number out of range); once failed,
-// every later read fails too, so the loader stops storing values.
+// every later read fails too, so the loader stops storing values. It reads
+// the stream's buffer directly: a file is thousands of short lines, and the
+// stream's per-character calls would cost more than the rest of the load.
 class Reader {
 public:
-    explicit Reader(std::istream& in) : in_(in) {}
+    explicit Reader(std::istream& in) : buf_(*in.rdbuf()) {}
 
     bool ok() const { return ok_; }
-    bool AtEnd() { return in_.peek() == std::char_traits<char>::eof(); }
+    bool AtEnd() { return buf_.sgetc() == Eof; }
     void Fail() { ok_ = false; }
 
     // A line up to CR (a following LF is consumed) or a lone LF.
@@ -61,11 +64,10 @@ public:
             return std::nullopt;
         }
         std::string line;
-        int c;
-        while ((c = in_.get()) != std::char_traits<char>::eof()) {
+        for (int c = buf_.sbumpc(); c != Eof; c = buf_.sbumpc()) {
             if (c == '\r') {
-                if (in_.peek() == '\n')
-                    in_.get();
+                if (buf_.sgetc() == '\n')
+                    buf_.sbumpc();
                 break;
             }
             if (c == '\n')
@@ -78,24 +80,20 @@ public:
 
     // A number on a line of its own: blanks around it are skipped, a fraction
     // is rounded, the rest of the line is ignored. Fails outside [lo, hi].
+    // The decimal point is always '.', whatever the user's locale says.
     std::optional<long> Number(long lo, long hi) {
         auto line = Line();
         if (!line)
             return std::nullopt;
-        std::size_t i = 0;
-        while (i < line->size() && ((*line)[i] == ' ' || (*line)[i] == '\t'))
-            ++i;
-        std::size_t start = i;
-        if (i < line->size() && ((*line)[i] == '-' || (*line)[i] == '+'))
-            ++i;
-        while (i < line->size() &&
-               (std::isdigit(static_cast<unsigned char>((*line)[i])) || (*line)[i] == '.'))
-            ++i;
+        const char* p = line->data();
+        const char* const end = p + line->size();
+        while (p < end && (*p == ' ' || *p == '\t'))
+            ++p;
+        const char* q = p < end && (*p == '-' || *p == '+') ? p + 1 : p;
+        while (q < end && (std::isdigit(static_cast<unsigned char>(*q)) || *q == '.'))
+            ++q;
         double v = 0;
-        if (i > start) {
-            std::string digits = line->substr(start, std::min<std::size_t>(i - start, 40));
-            v = std::strtod(digits.c_str(), nullptr);
-        }
+        std::from_chars(p < q && *p == '+' ? p + 1 : p, std::min(q, p + 40), v);
         v = std::nearbyint(v);
         if (!(v >= static_cast<double>(lo) && v <= static_cast<double>(hi))) {
             ok_ = false;
@@ -111,8 +109,7 @@ public:
             return std::nullopt;
         }
         std::string bytes(static_cast<std::size_t>(count), '\0');
-        in_.read(bytes.data(), count);
-        if (in_.gcount() != count) {
+        if (buf_.sgetn(bytes.data(), count) != count) {
             ok_ = false;
             return std::nullopt;
         }
@@ -128,7 +125,8 @@ public:
     }
 
 private:
-    std::istream& in_;
+    static constexpr int Eof = std::char_traits<char>::eof();
+    std::streambuf& buf_;
     bool ok_ = true;
 };
 
@@ -455,8 +453,22 @@ namespace {
 // Writing: numbers reserve a blank for the sign and are followed by one.
 class Writer {
 public:
-    void Number(long v) { out_ += (v >= 0 ? " " : "") + std::to_string(v) + " \r\n"; }
-    void Line(const std::string& s) { out_ += s + "\r\n"; }
+    // A number as the older programs wrote it: a blank where a minus sign
+    // would be, then a blank before the line ends. A file holds about two
+    // thousand of them, so they are formatted in place.
+    void Number(long v) {
+        char text[24] = " ";
+        char* const start = v >= 0 ? text + 1 : text;
+        char* end = std::to_chars(start, text + sizeof text - 3, v).ptr;
+        *end++ = ' ';
+        *end++ = '\r';
+        *end++ = '\n';
+        out_.append(text, end);
+    }
+    void Line(const std::string& s) {
+        out_ += s;
+        out_ += "\r\n";
+    }
     // A setting's text on a line of its own (index -1: not an array). A CR or
     // LF in it would end the line early and shift every later setting on
     // reading, and a line longer than a reader takes would be cut: the first
@@ -477,7 +489,13 @@ public:
                                     " characters the file keeps");
         Number(static_cast<long>(s.size()));
     }
-    void Code(unsigned char c) { out_ += " " + std::to_string(c) + "\r\n"; }
+    void Code(unsigned char c) {
+        char text[8] = " ";
+        char* end = std::to_chars(text + 1, text + 5, c).ptr;
+        *end++ = '\r';
+        *end++ = '\n';
+        out_.append(text, end);
+    }
     void Raw(const std::string& s) { out_ += s; }
     std::string Take() { return std::move(out_); }
     const std::string& Unkept() const { return unkept_; }
@@ -593,9 +611,11 @@ void Write(const Config& cfg, Writer& w) {
 
 } // namespace
 
-std::string SerializeConfig(const Config& cfg) {
+std::string SerializeConfig(const Config& cfg, std::string* unkept) {
     Writer w;
     Write(cfg, w);
+    if (unkept)
+        *unkept = w.Unkept();
     return w.Take();
 }
 

@@ -39,8 +39,9 @@ LoadStatus LoadConfigFile(Config& cfg, const std::string& path, MessageSink& mes
 // cannot be written.
 bool SaveConfigFile(const Config& cfg);
 
-// The whole file a save would write, as bytes.
-std::string SerializeConfig(const Config& cfg);
+// The whole file a save would write, as bytes. With unkept, also what
+// SettingTheFileCannotKeep would say, from the same pass.
+std::string SerializeConfig(const Config& cfg, std::string* unkept = nullptr);
 
 // The first setting whose value would not read back unchanged, with the
 // reason, as a message: "TargetAppTitle must not hold a carriage return or
