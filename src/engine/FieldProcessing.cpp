@@ -48,9 +48,10 @@ void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& sta
     nothingToProcess_ = nothingToProcess_ && !anyTranslated_;
 }
 
-void FieldProcessor::AppendRun(int fieldIndex, const std::uint8_t* begin, const std::uint8_t* end,
-                               const std::array<std::uint8_t, 256>& map, bool mapIsIdentity,
-                               RuntimeState& state) const {
+void FieldProcessor::AppendFilteredRun(int fieldIndex, const std::uint8_t* begin,
+                                       const std::uint8_t* end,
+                                       const std::array<std::uint8_t, 256>& map,
+                                       bool mapIsIdentity, RuntimeState& state) const {
     const InputFilter filter = filter_[static_cast<std::size_t>(fieldIndex)];
     if (filter == InputFilter::Ignore || begin == end)
         return;
@@ -117,9 +118,7 @@ bool ConvertBase(const std::string& text, int base, long& value) {
     return true;
 }
 
-void FieldProcessor::ProcessFields(RuntimeState& state, const config::Config& cfg) {
-    if (nothingToProcess_)
-        return;
+void FieldProcessor::ProcessEachField(RuntimeState& state, const config::Config& cfg) {
     const int numFields = std::clamp<int>(cfg.NumFields, 1, config::MaxFields);
     for (int i = 1; i <= numFields; ++i) {
         Value& field = state.FieldValue[static_cast<std::size_t>(i)];

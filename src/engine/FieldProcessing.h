@@ -63,16 +63,33 @@ public:
 
     // Appends the filtered bytes [begin, end) to the field, each byte first
     // replaced through map (the pre-input translation): the same as
-    // AppendFiltered for each byte in turn.
+    // AppendFiltered for each byte in turn. A run kept whole into a field
+    // that holds text, the usual case, is appended at once.
     void AppendRun(int fieldIndex, const std::uint8_t* begin, const std::uint8_t* end,
                    const std::array<std::uint8_t, 256>& map, bool mapIsIdentity,
-                   RuntimeState& state) const;
+                   RuntimeState& state) const {
+        const auto i = static_cast<std::size_t>(fieldIndex);
+        std::string* text = state.FieldValue[i].TextIf();
+        if (text && filter_[i] == InputFilter::Keep && mapIsIdentity && !anyDropped_)
+            text->append(reinterpret_cast<const char*>(begin),
+                         static_cast<std::size_t>(end - begin));
+        else
+            AppendFilteredRun(fieldIndex, begin, end, map, mapIsIdentity, state);
+    }
 
     // Runs the chain on fields 1..NumFields, each field's whole chain before
     // the next field.
-    void ProcessFields(RuntimeState& state, const config::Config& cfg);
+    void ProcessFields(RuntimeState& state, const config::Config& cfg) {
+        if (!nothingToProcess_)
+            ProcessEachField(state, cfg);
+    }
 
 private:
+    void AppendFilteredRun(int fieldIndex, const std::uint8_t* begin, const std::uint8_t* end,
+                           const std::array<std::uint8_t, 256>& map, bool mapIsIdentity,
+                           RuntimeState& state) const;
+    void ProcessEachField(RuntimeState& state, const config::Config& cfg);
+
     enum class InputFilter : std::uint8_t { Keep, Ignore, Numeric, Binary };
 
     [[gnu::always_inline]] std::size_t Filtered(int fieldIndex, std::uint8_t inChar,

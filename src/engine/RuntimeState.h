@@ -5,6 +5,7 @@
 // passed by reference.
 
 #include "engine/Clock.h"
+#include "engine/RecordCounter.h"
 #include "engine/Value.h"
 
 #include <array>
@@ -56,7 +57,7 @@ struct RuntimeState {
     // What the runtime window shows: the field boxes 1..40, the record
     // counter (kept as text, editable) and the date/time box.
     std::array<std::string, 41> FieldText{};
-    std::string RecordNumber;
+    RecordCounter RecordNumber;
     std::string DateTimeText;
 
     // The per-port "SpecialBeep" sound type read at activation; 0 = standard beep.

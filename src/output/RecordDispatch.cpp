@@ -86,45 +86,12 @@ void EmptyField(engine::Value& field) {
         field = engine::Value::Text("");
 }
 
-// Plain decimal digits without a leading zero, short of the 15 digits from
-// which the general number format takes over.
-bool IsPlainCounter(const std::string& text) {
-    return !text.empty() && text.size() < 15 && (text[0] != '0' || text.size() == 1) &&
-           std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c - '0') <= 9; });
-}
-
-// Adds one to a plain counter in place.
-void IncrementDigits(std::string& text) {
-    std::size_t i = text.size();
-    while (i > 0 && text[i - 1] == '9')
-        text[--i] = '0';
-    if (i == 0)
-        text.insert(text.begin(), '1');
-    else
-        ++text[i - 1];
-}
-
 } // namespace
 
 void RecordDispatch::IncreaseRecordNumber() {
-    // The counter is text that the user (or another program) may change: it
-    // is read as a number (text that is none counts as 0), increased and
-    // written back in the general number format. Plain digits, which is what
-    // it holds unless someone wrote something else, are counted in place.
-    std::string& counter = state_.RecordNumber;
-    if (IsPlainCounter(counter)) {
-        IncrementDigits(counter);
-    } else {
-        const double next = engine::LeadingNumber(counter, locale_.DecimalSeparator) + 1;
-        if (next > -1e15 && next < 1e15 &&
-            next == static_cast<double>(static_cast<long long>(next)))
-            counter = std::to_string(static_cast<long long>(next));
-        else
-            counter = engine::GeneralNumber(next, false, locale_);
-    }
+    state_.RecordNumber.Increase(locale_);
     if (dde)
-        dde->RecordNumberChanged(counter);
+        dde->RecordNumberChanged(state_.RecordNumber);
 }
 
 void RecordDispatch::BuildRecordText() {
@@ -162,91 +129,123 @@ void RecordDispatch::ShowFields() {
 
 void RecordDispatch::Deliver() {
     switch (cfg_.TransferMode) {
-    case config::SendKeystrokes: {
-        ShowFields();
-        const std::string before = state_.RecordNumber;
-        IncreaseRecordNumber();
-        const std::string counted = state_.RecordNumber;
-        auto build = [this] {
-            BuildRecordText();
-            return recordText_;
-        };
-        if (!keystrokes) {
-            build(); // nowhere to type: the fields are emptied all the same
-        } else if (!keystrokes->DeliverRecord(build) && state_.RecordNumber == counted) {
-            // Not typed: the counter counts delivered records only. Unless
-            // someone set it meanwhile, it goes back to what it was.
-            state_.RecordNumber = before;
-            if (dde)
-                dde->RecordNumberChanged(before);
-        }
+    case config::SendKeystrokes:
+        DeliverKeystrokes();
         break;
-    }
-    case config::DdeServer: {
-        ShowFields();
-        const int n = FieldCount(cfg_);
-        for (int i = 1; i <= n + 1; ++i)
-            EmptyField(state_.FieldValue[static_cast<std::size_t>(i)]);
-        IncreaseRecordNumber();
-        if (dde && !cfg_.DdeCmdText.empty())
-            dde->ExecuteTargetCommand(cfg_.DdeCmdText);
+    case config::DdeServer:
+        DeliverDde();
         break;
-    }
     default:
         DeliverLog();
     }
 }
 
-void RecordDispatch::DeliverLog() {
-    // In one pass: each field is shown, added to the line with its postamble
-    // and emptied (keeping its storage for the next record).
+void RecordDispatch::DeliverKeystrokes() {
+    ShowFields();
+    const std::string before = state_.RecordNumber;
+    IncreaseRecordNumber();
+    const std::string counted = state_.RecordNumber;
+    auto build = [this] {
+        BuildRecordText();
+        return recordText_;
+    };
+    if (!keystrokes) {
+        build(); // nowhere to type: the fields are emptied all the same
+    } else if (!keystrokes->DeliverRecord(build) && state_.RecordNumber == counted) {
+        // Not typed: the counter counts delivered records only. Unless
+        // someone set it meanwhile, it goes back to what it was.
+        state_.RecordNumber = before;
+        if (dde)
+            dde->RecordNumberChanged(before);
+    }
+}
+
+void RecordDispatch::DeliverDde() {
+    ShowFields();
     const int n = FieldCount(cfg_);
-    bool macros = !cfg_.RecordPreamble.empty();
+    for (int i = 1; i <= n + 1; ++i)
+        EmptyField(state_.FieldValue[static_cast<std::size_t>(i)]);
+    IncreaseRecordNumber();
+    if (dde && !cfg_.DdeCmdText.empty())
+        dde->ExecuteTargetCommand(cfg_.DdeCmdText);
+}
+
+// A field that holds a number or another value is shown in the general
+// format and becomes empty text. Kept out of line: the fast path of the
+// callers is the text field.
+[[gnu::noinline]] static void ShowValueAndEmpty(engine::Value& field, std::string& shown,
+                                         const engine::Locale& locale) {
+    shown = field.ToText(locale);
+    field = engine::Value::Text("");
+}
+
+const std::string& RecordDispatch::ShowAndEmpty(int i) {
+    auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
+    std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
+    if (std::string* text = field.TextIf()) {
+        shown.assign(*text);
+        text->clear(); // keeps its storage for the next record
+    } else {
+        ShowValueAndEmpty(field, shown, locale_);
+    }
+    if (dde)
+        dde->FieldChanged(i, shown);
+    return shown;
+}
+
+void RecordDispatch::DeliverLog() {
+    // A single field without macros, the commonest record, is its own line.
+    if (cfg_.NumFields <= 1 && cfg_.RecordPreamble.empty() && cfg_.FieldPostamble[1].empty()) {
+        const std::string& line = ShowAndEmpty(1);
+        EmptyField(state_.FieldValue[2]);
+        IncreaseRecordNumber();
+        WriteLogLine(line);
+    } else {
+        DeliverLogFields();
+    }
+}
+
+void RecordDispatch::DeliverLogFields() {
+    // Each field is shown, added to the line with its postamble and emptied.
+    const int n = FieldCount(cfg_);
     recordText_.clear();
-    if (macros)
+    if (!cfg_.RecordPreamble.empty())
         recordText_ = engine::ExpandDateTimeTokens(cfg_.RecordPreamble, clock_);
     for (int i = 1; i <= n; ++i) {
-        auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
-        std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
-        if (const std::string* text = field.TextIf())
-            shown.assign(*text);
-        else
-            shown = field.ToText(locale_);
-        EmptyField(field);
-        if (dde)
-            dde->FieldChanged(i, shown);
+        recordText_ += ShowAndEmpty(i);
         const std::string& postamble = cfg_.FieldPostamble[static_cast<std::size_t>(i)];
-        if (n == 1 && !macros && postamble.empty())
-            break; // the line is the one field's text as shown
-        recordText_ += shown;
-        if (!postamble.empty()) {
+        if (!postamble.empty())
             recordText_ += engine::ExpandDateTimeTokens(postamble, clock_);
-            macros = true;
-        }
     }
     EmptyField(state_.FieldValue[static_cast<std::size_t>(n + 1)]);
     IncreaseRecordNumber();
-    WriteLogLine(n == 1 && !macros ? state_.FieldText[1] : recordText_);
+    WriteLogLine(recordText_);
 }
 
 void RecordDispatch::WriteLogLine(const std::string& text) {
+    if (pendingLines_.empty() && log_.AppendLine(logPath_, text, logError_))
+        return;
+    WriteLogLineAfterError(text);
+}
+
+void RecordDispatch::WriteLogLineAfterError(const std::string& text) {
     if (!pendingLines_.empty()) {
         // The failure was reported when the first line had to wait; later
         // lines wait behind it so that the log keeps the records' order.
         pendingLines_.push_back(text);
         return;
     }
-    std::string error;
     while (true) {
-        if (log_.AppendLine(logPath_, text, error))
-            return;
         messages_.Beep();
-        config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + error,
+        config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" +
+                                    logError_,
                                 "Corvane - COM" + std::to_string(cfg_.PortNumber + 1) + " ERROR!",
                                 config::MessageIcon::Exclamation,
                                 config::MessageButtons::RetryCancel};
         switch (messages_.Show(message)) {
         case config::MessageAnswer::Retry:
+            if (log_.AppendLine(logPath_, text, logError_))
+                return;
             continue;
         case config::MessageAnswer::Deferred:
             // Nobody can answer: keep the line and try again once a second.

@@ -88,10 +88,18 @@ private:
     // Builds the record text into recordText_ and empties the fields.
     void BuildRecordText();
     void ShowFields();
+    void DeliverKeystrokes();
+    void DeliverDde();
     void DeliverLog();
+    void DeliverLogFields();
+    // Shows field i in its box, tells the DDE items, empties the field and
+    // returns the text shown.
+    const std::string& ShowAndEmpty(int i);
     // Writes the record text as a line, asking about errors; a line nobody
     // could decide on waits in pendingLines_.
     void WriteLogLine(const std::string& text);
+    // The same once a write failed (with logError_) or lines wait.
+    void WriteLogLineAfterError(const std::string& text);
     // Writes waiting lines from the oldest on until one fails.
     void WritePendingLines();
 
@@ -106,6 +114,7 @@ private:
     std::int32_t lastRetry_ = 0;
     std::string logPath_; // LogFileName mapped to this system, at activation
     std::string recordText_; // reused record after record
+    std::string logError_;   // the system's words for the last failed write
 };
 
 } // namespace output
