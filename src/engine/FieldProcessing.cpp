@@ -131,8 +131,12 @@ void FieldProcessor::ProcessEachField(RuntimeState& state, const config::Config&
         if (!expression.empty())
             evaluator_.EvaluateExpression(expression, field, state.FieldValue);
         const std::string& format = cfg.FieldFormat[static_cast<std::size_t>(i)];
-        if (!format.empty())
-            field = Value::Text(FormatValue(field, format, locale_));
+        if (!format.empty()) {
+            auto& prepared = formats_[static_cast<std::size_t>(i)];
+            if (!prepared || prepared->Text() != format)
+                prepared.emplace(format, locale_);
+            field = Value::Text(prepared->Apply(field, locale_));
+        }
         std::string& text = FieldTextOf(field, locale_);
         if (!anyTranslated_)
             continue;

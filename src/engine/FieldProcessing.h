@@ -6,11 +6,13 @@
 
 #include "config/Config.h"
 #include "engine/Expression.h"
+#include "engine/Format.h"
 #include "engine/Locale.h"
 #include "engine/RuntimeState.h"
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace engine {
@@ -113,6 +115,8 @@ private:
 
     const Locale& locale_;
     Evaluator evaluator_;
+    // Each field's format as last prepared, kept while the format stays.
+    std::array<std::optional<PreparedFormat>, 42> formats_{};
     // Per field 0..41 (the overflow field keeps what arrives).
     std::array<InputFilter, 42> filter_{};
     std::array<std::uint8_t, 42> base_{}; // 16 or 8 to convert at record end, else 0

@@ -371,24 +371,13 @@ std::string FormatDateTime(const DateTime& when, std::string_view format, const 
     return RenderDate(when, format, locale, 0);
 }
 
-namespace {
-
-enum class FormatKind { Named, Date, Text, Numeric };
-
-// What kind of format a text is; the last answer is kept, as a field is
-// formatted with the same format record after record.
-FormatKind KindOf(std::string_view format, const Locale& locale) {
-    thread_local std::string key;
-    thread_local FormatKind kind = FormatKind::Numeric;
-    thread_local bool valid = false;
-    if (valid && key == format)
-        return kind;
+PreparedFormat::PreparedFormat(std::string_view format, const Locale& locale) : text_(format) {
     bool named = false;
     FormatNamedNumber(format, 0, locale, named);
-    if (named) {
-        kind = FormatKind::Named;
+    if (format.empty() || named) {
+        kind_ = Kind::Named;
     } else if (LooksLikeDateFormat(format)) {
-        kind = FormatKind::Date;
+        kind_ = Kind::Date;
     } else {
         bool textCode = false, digitCode = false;
         for (const auto& t : TokenizeFormat(format)) {
@@ -399,17 +388,14 @@ FormatKind KindOf(std::string_view format, const Locale& locale) {
             else
                 digitCode = true;
         }
-        kind = textCode && !digitCode ? FormatKind::Text : FormatKind::Numeric;
+        kind_ = textCode && !digitCode ? Kind::Text : Kind::Numeric;
     }
-    key.assign(format);
-    valid = true;
-    return kind;
+    if (kind_ == Kind::Numeric)
+        numeric_ = PlanNumericFormat(format);
 }
 
-} // namespace
-
-std::string FormatValue(const Value& value, std::string_view format, const Locale& locale) {
-    if (format.empty())
+std::string PreparedFormat::Apply(const Value& value, const Locale& locale) const {
+    if (text_.empty())
         return value.ToText(locale);
     double number = 0;
     bool numeric = false;
@@ -419,23 +405,29 @@ std::string FormatValue(const Value& value, std::string_view format, const Local
     } else {
         numeric = WholeNumber(value.AsText(), locale, number);
     }
-    switch (KindOf(format, locale)) {
-    case FormatKind::Named: {
+    switch (kind_) {
+    case Kind::Named: {
         bool matched = false;
-        return numeric ? FormatNamedNumber(format, number, locale, matched) : value.ToText(locale);
+        return numeric ? FormatNamedNumber(text_, number, locale, matched) : value.ToText(locale);
     }
-    case FormatKind::Date:
-        return numeric ? FormatDateTime(DateFromSerial(number), format, locale)
+    case Kind::Date:
+        return numeric ? FormatDateTime(DateFromSerial(number), text_, locale)
                        : value.ToText(locale);
-    case FormatKind::Text:
-        return FormatText(value.ToText(locale), format);
-    case FormatKind::Numeric:
+    case Kind::Text:
+        return FormatText(value.ToText(locale), text_);
+    case Kind::Numeric:
         break;
     }
     // A text that is no number passes numeric formats unchanged.
     if (!numeric)
         return value.ToText(locale);
-    return FormatNumberUser(number, format, value.IsEmpty(), locale);
+    return FormatNumberUser(number, *numeric_, value.IsEmpty(), locale);
+}
+
+std::string FormatValue(const Value& value, std::string_view format, const Locale& locale) {
+    if (format.empty())
+        return value.ToText(locale);
+    return PreparedFormat(format, locale).Apply(value, locale);
 }
 
 } // namespace engine

@@ -9,12 +9,31 @@
 #include "engine/Locale.h"
 #include "engine/Value.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace engine {
 
 std::string FormatValue(const Value& value, std::string_view format, const Locale& locale);
+
+struct NumericPlan;
+
+// A format analysed once (what kind it is, and a numeric format's sections),
+// for formatting value after value with it: a field's format, record after
+// record. Apply gives what FormatValue gives.
+class PreparedFormat {
+public:
+    PreparedFormat(std::string_view format, const Locale& locale);
+    std::string Apply(const Value& value, const Locale& locale) const;
+    const std::string& Text() const { return text_; }
+
+private:
+    enum class Kind { Named, Date, Text, Numeric };
+    std::string text_;
+    Kind kind_ = Kind::Named;
+    std::shared_ptr<const NumericPlan> numeric_; // a Numeric format's sections
+};
 
 // An empty format gives the general date and time: the short date followed by
 // the long time.

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace engine {
@@ -198,8 +199,6 @@ void RoundDecimal(double v, int decimals, std::string& intDigits, std::string& f
     fracDigits.resize(d, '0');
 }
 
-namespace {
-
 // One section of a user-defined numeric format, split into its parts.
 struct NumericSection {
     std::vector<FormatToken> tokens;
@@ -217,6 +216,8 @@ struct NumericSection {
     // no digit falls), false for "#".
     std::vector<bool> intZero, fracZero;
 };
+
+namespace {
 
 NumericSection Analyse(std::string_view section) {
     NumericSection s;
@@ -370,36 +371,22 @@ bool IsZeroAfterRounding(const NumericSection& s, double v) {
 
 } // namespace
 
-namespace {
-
-// A format analysed once: fields are formatted with the same format record
-// after record, so the last one is kept.
 struct NumericPlan {
     std::vector<NumericSection> sections;
     std::vector<bool> empty;
 };
 
-const NumericPlan& PlanFor(std::string_view format) {
-    thread_local std::string key;
-    thread_local NumericPlan plan;
-    thread_local bool valid = false;
-    if (!valid || key != format) {
-        plan = NumericPlan{};
-        for (std::string_view section : SplitSections(format)) {
-            plan.sections.push_back(Analyse(section));
-            plan.empty.push_back(section.empty());
-        }
-        key.assign(format);
-        valid = true;
+std::shared_ptr<const NumericPlan> PlanNumericFormat(std::string_view format) {
+    auto plan = std::make_shared<NumericPlan>();
+    for (std::string_view section : SplitSections(format)) {
+        plan->sections.push_back(Analyse(section));
+        plan->empty.push_back(section.empty());
     }
     return plan;
 }
 
-} // namespace
-
-std::string FormatNumberUser(double v, std::string_view format, bool isEmpty,
+std::string FormatNumberUser(double v, const NumericPlan& plan, bool isEmpty,
                              const Locale& locale) {
-    const NumericPlan& plan = PlanFor(format);
     const std::size_t count = plan.sections.size();
     if (isEmpty && count >= 4)
         return Render(plan.sections[3], 0, locale);
@@ -495,14 +482,22 @@ std::string FormatNamedNumber(std::string_view name, double v, const Locale& loc
     std::string n = Lowered(name);
     if (n == "general number")
         return GeneralNumber(v, false, locale);
-    if (n == "fixed")
-        return FormatNumberUser(v, "0.00", false, locale);
-    if (n == "standard")
-        return FormatNumberUser(v, "#,##0.00", false, locale);
-    if (n == "percent")
-        return FormatNumberUser(v, "0.00%", false, locale);
-    if (n == "scientific")
-        return FormatNumberUser(v, "0.00E+00", false, locale);
+    if (n == "fixed") {
+        static const auto plan = PlanNumericFormat("0.00");
+        return FormatNumberUser(v, *plan, false, locale);
+    }
+    if (n == "standard") {
+        static const auto plan = PlanNumericFormat("#,##0.00");
+        return FormatNumberUser(v, *plan, false, locale);
+    }
+    if (n == "percent") {
+        static const auto plan = PlanNumericFormat("0.00%");
+        return FormatNumberUser(v, *plan, false, locale);
+    }
+    if (n == "scientific") {
+        static const auto plan = PlanNumericFormat("0.00E+00");
+        return FormatNumberUser(v, *plan, false, locale);
+    }
     if (n == "yes/no")
         return v != 0 ? "Yes" : "No";
     if (n == "true/false")
@@ -515,7 +510,8 @@ std::string FormatNamedNumber(std::string_view name, double v, const Locale& loc
         std::string digits = "#,##0";
         if (locale.CurrencyDigits > 0)
             digits += "." + std::string(static_cast<std::size_t>(locale.CurrencyDigits), '0');
-        std::string amount = FormatNumberUser(std::fabs(v), digits, false, locale);
+        std::string amount =
+            FormatNumberUser(std::fabs(v), *PlanNumericFormat(digits), false, locale);
         const std::string& sym = locale.CurrencySymbol;
         std::string gap = locale.CurrencySpaceSeparated ? " " : "";
         if (v >= 0 || amount.find_first_of("123456789") == std::string::npos)

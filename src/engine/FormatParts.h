@@ -3,6 +3,7 @@
 
 #include "engine/Locale.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +24,11 @@ std::vector<FormatToken> TokenizeFormat(std::string_view format);
 // Splits at ";" outside quotes and escapes.
 std::vector<std::string_view> SplitSections(std::string_view format);
 
-std::string FormatNumberUser(double v, std::string_view format, bool isEmpty, const Locale& locale);
+// A user-defined numeric format analysed into its sections, once for as
+// many numbers as it formats.
+struct NumericPlan;
+std::shared_ptr<const NumericPlan> PlanNumericFormat(std::string_view format);
+std::string FormatNumberUser(double v, const NumericPlan& plan, bool isEmpty, const Locale& locale);
 
 // The decimal digits of |v| rounded half away from zero at `decimals`
 // places, working on the number's 15-significant-digit decimal value (so

@@ -111,6 +111,37 @@ TEST(FieldProcessing, BooleanResultsAreDeliveredAsTrueUnlessFormatted) {
     EXPECT_EQ(state.FieldValue[2].ToText(locale), "Yes");
 }
 
+TEST(FieldProcessing, EachFieldKeepsItsOwnFormatAndAChangedFormatAppliesAtOnce) {
+    config::Config cfg;
+    cfg.NumFields = 3;
+    cfg.FieldFormat[1] = "0.00";
+    cfg.FieldFormat[2] = "Yes/No";
+    cfg.FieldFormat[3] = "yyyy-mm-dd";
+    RuntimeState state;
+    for (int i = 0; i < 256; ++i)
+        state.OutputTranslation[static_cast<std::size_t>(i)] = std::string(1, static_cast<char>(i));
+    Locale locale;
+    FieldProcessor fields(locale);
+    fields.Activate(cfg, state);
+    auto record = [&](const char* a, const char* b, const char* c) {
+        state.FieldValue[1] = Value::Text(a);
+        state.FieldValue[2] = Value::Text(b);
+        state.FieldValue[3] = Value::Text(c);
+        fields.ProcessFields(state, cfg);
+        return state.FieldValue[1].ToText(locale) + " " + state.FieldValue[2].ToText(locale) +
+               " " + state.FieldValue[3].ToText(locale);
+    };
+    EXPECT_EQ(record("1.5", "0", "45000"), "1.50 No 2023-03-15");
+    EXPECT_EQ(record("2", "7", "1"), "2.00 Yes 1899-12-31");
+    // A setting changed while running (no new activation) formats the next
+    // record; a field that had no format gets one.
+    cfg.FieldFormat[1] = "0.0%";
+    cfg.FieldFormat[2] = "";
+    EXPECT_EQ(record("0.25", "7", "45000"), "25.0% 7 2023-03-15");
+    cfg.FieldFormat[2] = "0.000";
+    EXPECT_EQ(record("0.25", "7", "x"), "25.0% 7.000 x");
+}
+
 TEST(RecordDispatch, LogPathsAndTheRecordCounter) {
     EXPECT_EQ(output::MapLogPath("C:\\Corvane.Log", "/home/ann"), "/home/ann/Corvane.Log");
     EXPECT_EQ(output::MapLogPath("D:\\data\\a.txt", "/home/ann"), "/home/ann/data/a.txt");
