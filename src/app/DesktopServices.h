@@ -17,12 +17,20 @@
 #include "output/X11Keyboard.h"
 #include "serial/Port.h"
 
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace app {
+
+// The user's home folder ($HOME), under which the runtime keeps log files
+// named the Windows way ("C:\Corvane.Log"); empty when HOME is not set.
+inline std::string HomeFolder() {
+    const char* home = std::getenv("HOME");
+    return home ? home : "";
+}
 
 // Where a runtime reads from: the virtual device, or a port (the one its COM
 // name is mapped to unless portPath names another).

@@ -14,18 +14,14 @@ namespace {
 
 constexpr std::size_t MaxReadPerTick = 1 << 16;
 
-std::string Home() {
-    const char* home = std::getenv("HOME");
-    return home ? home : "";
-}
-
 } // namespace
 
 HeadlessRuntime::HeadlessRuntime(config::MessageSink& messages)
     : messages_(messages), desktop_(
                                messages, store_, clock_, [this] { return runtime_.Closing(); },
                                [this] { return runtime_.Caption(); }),
-      runtime_({*this, messages, clock_, store_, clipboard_, engine::ReadProcessLocale(), Home()}) {}
+      runtime_({*this, messages, clock_, store_, clipboard_, engine::ReadProcessLocale(),
+                HomeFolder()}) {}
 
 HeadlessRuntime::~HeadlessRuntime() {
     if (stdinFlags_ >= 0)

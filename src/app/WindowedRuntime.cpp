@@ -4,25 +4,14 @@
 
 #include <QScreen>
 
-#include <cstdlib>
-
 namespace app {
-
-namespace {
-
-std::string Home() {
-    const char* home = std::getenv("HOME");
-    return home ? home : "";
-}
-
-} // namespace
 
 WindowedRuntime::WindowedRuntime()
     : desktop_(
           messages_, store_, clock_, [this] { return runtime_.Closing(); },
           [this] { return runtime_.Caption(); }),
-      runtime_({*this, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(), Home()}) {
-}
+      runtime_({*this, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(),
+                HomeFolder()}) {}
 
 WindowedRuntime::~WindowedRuntime() = default;
 

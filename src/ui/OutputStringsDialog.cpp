@@ -28,7 +28,7 @@ namespace ui {
 
 namespace {
 
-enum Column { CaptionColumn, SendsColumn };
+enum OutputColumn { OutputCaptionColumn, OutputSendsColumn };
 
 // What a TimerEnabled value does, as the runtime reads it: whether timed
 // output starts on activation, and the action (0 transmit, 1 DTR, 2 BREAK;
@@ -56,7 +56,7 @@ OutputStringsDialog::OutputStringsDialog(config::Config& cfg, config::MessageSin
     table_->setObjectName("OutputStrings");
     for (int n = 1; n <= config::NumOutputStrings; ++n)
         ShowRow(n);
-    table_->setColumnWidth(CaptionColumn, 130);
+    table_->setColumnWidth(OutputCaptionColumn, 130);
     table_->setMinimumSize(380, table_->verticalHeader()->defaultSectionSize() * 12);
     caption_ = new QLineEdit(stringsBox);
     caption_->setObjectName("OutputStringName");
@@ -158,13 +158,13 @@ void OutputStringsDialog::SelectString(int n) {
     caption_->setText(name);
     text_->setText(notation);
     if (table_->currentRow() != n - 1)
-        table_->setCurrentCell(n - 1, CaptionColumn);
+        table_->setCurrentCell(n - 1, OutputCaptionColumn);
 }
 
 void OutputStringsDialog::ShowRow(int n) {
     const auto i = static_cast<std::size_t>(n);
-    table_->item(n - 1, CaptionColumn)->setText(names_[i]);
-    table_->item(n - 1, SendsColumn)
+    table_->item(n - 1, OutputCaptionColumn)->setText(names_[i]);
+    table_->item(n - 1, OutputSendsColumn)
         ->setText(ReadableBytes(control::DecodeOutputString(Latin1Bytes(notations_[i]))));
 }
 

@@ -16,11 +16,6 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-// Failures show texts, not their UTF-16 units.
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << text.toStdString();
-}
-
 namespace {
 
 class HotKeysDialogTest : public ::testing::Test {

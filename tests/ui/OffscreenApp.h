@@ -3,6 +3,14 @@
 // the first test that needs it and kept for the test program's life.
 
 #include <QApplication>
+#include <QString>
+
+#include <ostream>
+
+// Failures show texts, not their UTF-16 units.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << text.toStdString();
+}
 
 inline void EnsureOffscreenApp() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
