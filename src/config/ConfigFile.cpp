@@ -49,12 +49,14 @@ std::optional<Layout> LayoutOf(const std::string& banner) {
 // every later read fails too, so the loader stops storing values. It reads
 // the stream's buffer directly: a file is thousands of short lines, and the
 // stream's per-character calls would cost more than the rest of the load.
+// A file that cannot be read (a folder, a disk error) ends where reading
+// failed, as the stream itself would take it.
 class Reader {
 public:
     explicit Reader(std::istream& in) : buf_(*in.rdbuf()) {}
 
     bool ok() const { return ok_; }
-    bool AtEnd() { return buf_.sgetc() == Eof; }
+    bool AtEnd() { return Peek() == Eof; }
     void Fail() { ok_ = false; }
 
     // A line up to CR (a following LF is consumed) or a lone LF.
@@ -64,10 +66,10 @@ public:
             return std::nullopt;
         }
         std::string line;
-        for (int c = buf_.sbumpc(); c != Eof; c = buf_.sbumpc()) {
+        for (int c = Take(); c != Eof; c = Take()) {
             if (c == '\r') {
-                if (buf_.sgetc() == '\n')
-                    buf_.sbumpc();
+                if (Peek() == '\n')
+                    Take();
                 break;
             }
             if (c == '\n')
@@ -109,7 +111,12 @@ public:
             return std::nullopt;
         }
         std::string bytes(static_cast<std::size_t>(count), '\0');
-        if (buf_.sgetn(bytes.data(), count) != count) {
+        std::streamsize got = 0;
+        try {
+            got = buf_.sgetn(bytes.data(), count);
+        } catch (const std::exception&) {
+        }
+        if (got != count) {
             ok_ = false;
             return std::nullopt;
         }
@@ -126,6 +133,23 @@ public:
 
 private:
     static constexpr int Eof = std::char_traits<char>::eof();
+
+    // The buffer throws when the system's read fails.
+    int Peek() {
+        try {
+            return buf_.sgetc();
+        } catch (const std::exception&) {
+            return Eof;
+        }
+    }
+    int Take() {
+        try {
+            return buf_.sbumpc();
+        } catch (const std::exception&) {
+            return Eof;
+        }
+    }
+
     std::streambuf& buf_;
     bool ok_ = true;
 };

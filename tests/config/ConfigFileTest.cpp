@@ -264,6 +264,16 @@ TEST(ConfigFile, CheckTellsEmptyMissingForeignAndValidFiles) {
     EXPECT_EQ(CheckConfigFile(f.path.string(), sink), 3);
     f.Write(std::string(BannerV300) + "\r\n");
     EXPECT_EQ(CheckConfigFile(f.path.string(), sink), -4);
+
+    // A folder opens but cannot be read: it is no configuration file, and
+    // loading it changes nothing (a command from another program can name
+    // any path).
+    const std::string folder = f.path.parent_path().string();
+    EXPECT_EQ(CheckConfigFile(folder, sink), -1);
+    Config cfg;
+    cfg.BaudRate = 7;
+    EXPECT_NE(LoadConfigFile(cfg, folder, sink), LoadStatus::Complete);
+    EXPECT_EQ(cfg.BaudRate, 7);
 }
 
 TEST(ConfigFile, StartKeepsTheNameOnlyForAMissingFile) {
