@@ -1,6 +1,8 @@
 #include "app/ConfigJson.h"
 
 #include "config/ConfigFile.h"
+#include "control/HotKeyNames.h"
+#include "control/HotKeys.h"
 
 #include <limits>
 #include <type_traits>
@@ -293,6 +295,13 @@ std::string CheckDomains(const Config& c) {
             c.PreInputTranslation[i] != "Void Record")
             return "PreInputTranslation[" + std::to_string(i) +
                    "] must be one character, \"Ignore\" or \"Void Record\"";
+    if (const auto duplicate = control::FindDuplicateHotKey(c.HotKeyCode)) {
+        const int code = c.HotKeyCode[static_cast<std::size_t>(duplicate->second)];
+        return "HotKeyCode[" + std::to_string(duplicate->second) + "] is " +
+               control::HotKeyDisplayName(code) + " as HotKeyCode[" +
+               std::to_string(duplicate->first) +
+               "] is: the desktop gives a combination to one of them only";
+    }
     if (std::string unkept = config::SettingTheFileCannotKeep(c); !unkept.empty())
         return unkept;
     return "";

@@ -1,6 +1,7 @@
 // `corvane config` as users run it: JSON in, configuration files out, and
 // refusals with the dialogs' own messages.
 
+#include "config/Config.h"
 #include "support/ProcessRunner.h"
 
 #include <gtest/gtest.h>
@@ -101,6 +102,18 @@ TEST(ConfigCommand, BuildRefusesWhatADialogWouldRefuseAndWritesNothing) {
         EXPECT_NE(r.err.find(c.message), std::string::npos) << c.json << " gave " << r.err;
         EXPECT_FALSE(fs::exists(file)) << c.json;
     }
+
+    // The same combination in two hot-key slots: only one could ever run.
+    std::string codes = "[0";
+    for (int slot = 1; slot < config::NumHotKeys; ++slot)
+        codes += slot == 3 || slot == 7 ? ", 116" : ", 0";
+    fs::path json = dir.path / "hotkeys.json";
+    std::ofstream(json) << R"({"HotKeyCode": )" << codes << "]}";
+    fs::path file = dir.path / "hotkeys.QX3";
+    auto r = Corvane({"config", "build", json.string(), file.string()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("HotKeyCode[7] is F5 as HotKeyCode[3] is"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(file));
 }
 
 TEST(ConfigCommand, BuildRefusesAValueInEntryZeroOfAFieldArrayThatNoFileKeeps) {
