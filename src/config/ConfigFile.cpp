@@ -499,18 +499,21 @@ public:
     // setting that cannot be kept so is remembered.
     void Text(const char* name, const std::string& s, int index = -1) {
         if (s.find_first_of("\r\n") != std::string::npos)
-            Unkept(name, index, " must not hold a carriage return or line feed: the file keeps it "
-                                "on one line");
+            Unkept(name, index,
+                   " must not hold a carriage return or line feed: the file keeps it "
+                   "on one line");
         else if (s.size() > MaxLineLength)
-            Unkept(name, index, " is longer than the " + std::to_string(MaxLineLength) +
-                                    " characters the file keeps on one line");
+            Unkept(name, index,
+                   " is longer than the " + std::to_string(MaxLineLength) +
+                       " characters the file keeps on one line");
         Line(s);
     }
     // The length of a string of the raw block, read back as a 16-bit number.
     void Length(const char* name, const std::string& s, int index = -1) {
         if (s.size() > static_cast<std::size_t>(MaxRawLength))
-            Unkept(name, index, " is longer than the " + std::to_string(MaxRawLength) +
-                                    " characters the file keeps");
+            Unkept(name, index,
+                   " is longer than the " + std::to_string(MaxRawLength) +
+                       " characters the file keeps");
         Number(static_cast<long>(s.size()));
     }
     void Code(unsigned char c) {

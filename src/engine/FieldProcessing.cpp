@@ -40,7 +40,8 @@ void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& sta
         notDropped_[static_cast<std::size_t>(c)] = !droppedAtInput_[static_cast<std::size_t>(c)];
         anyDropped_ = anyDropped_ || droppedAtInput_[static_cast<std::size_t>(c)];
         numeric_[static_cast<std::size_t>(c)] =
-            (c >= '0' && c <= '9') || c == '-' || c == static_cast<unsigned char>(locale_.DecimalSeparator);
+            (c >= '0' && c <= '9') || c == '-' ||
+            c == static_cast<unsigned char>(locale_.DecimalSeparator);
         const bool translated = out.size() != 1 || static_cast<unsigned char>(out[0]) != c;
         translated_[static_cast<std::size_t>(c)] = translated;
         anyTranslated_ = anyTranslated_ || translated;
@@ -50,8 +51,8 @@ void FieldProcessor::Activate(const config::Config& cfg, const RuntimeState& sta
 
 void FieldProcessor::AppendFilteredRun(int fieldIndex, const std::uint8_t* begin,
                                        const std::uint8_t* end,
-                                       const std::array<std::uint8_t, 256>& map,
-                                       bool mapIsIdentity, RuntimeState& state) const {
+                                       const std::array<std::uint8_t, 256>& map, bool mapIsIdentity,
+                                       RuntimeState& state) const {
     const InputFilter filter = filter_[static_cast<std::size_t>(fieldIndex)];
     if (filter == InputFilter::Ignore || begin == end)
         return;

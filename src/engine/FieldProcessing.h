@@ -51,7 +51,8 @@ public:
     }
 
     // Appends them to the field's text: the per-byte path of framing.
-    [[gnu::always_inline]] void AppendFiltered(int fieldIndex, std::uint8_t inChar, RuntimeState& state) const {
+    [[gnu::always_inline]] void AppendFiltered(int fieldIndex, std::uint8_t inChar,
+                                               RuntimeState& state) const {
         char out[2];
         if (const std::size_t n = Filtered(fieldIndex, inChar, out)) {
             std::string& text =

@@ -174,7 +174,7 @@ void RecordDispatch::DeliverDde() {
 // format and becomes empty text. Kept out of line: the fast path of the
 // callers is the text field.
 [[gnu::noinline]] static void ShowValueAndEmpty(engine::Value& field, std::string& shown,
-                                         const engine::Locale& locale) {
+                                                const engine::Locale& locale) {
     shown = field.ToText(locale);
     field = engine::Value::Text("");
 }
@@ -237,8 +237,7 @@ void RecordDispatch::WriteLogLineAfterError(const std::string& text) {
     }
     while (true) {
         messages_.Beep();
-        config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" +
-                                    logError_,
+        config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + logError_,
                                 "Corvane - COM" + std::to_string(cfg_.PortNumber + 1) + " ERROR!",
                                 config::MessageIcon::Exclamation,
                                 config::MessageButtons::RetryCancel};

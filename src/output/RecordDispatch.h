@@ -29,8 +29,7 @@ public:
 
 class FileLogWriter : public LogWriter {
 public:
-    bool AppendLine(const std::string& path, const std::string& text,
-                    std::string& error) override;
+    bool AppendLine(const std::string& path, const std::string& text, std::string& error) override;
 };
 
 // The DDE items as seen from the dispatcher: every field shown and the record
@@ -112,7 +111,7 @@ private:
     std::string home_;
     std::deque<std::string> pendingLines_;
     std::int32_t lastRetry_ = 0;
-    std::string logPath_; // LogFileName mapped to this system, at activation
+    std::string logPath_;    // LogFileName mapped to this system, at activation
     std::string recordText_; // reused record after record
     std::string logError_;   // the system's words for the last failed write
 };

@@ -128,8 +128,8 @@ TEST(FieldProcessing, EachFieldKeepsItsOwnFormatAndAChangedFormatAppliesAtOnce) 
         state.FieldValue[2] = Value::Text(b);
         state.FieldValue[3] = Value::Text(c);
         fields.ProcessFields(state, cfg);
-        return state.FieldValue[1].ToText(locale) + " " + state.FieldValue[2].ToText(locale) +
-               " " + state.FieldValue[3].ToText(locale);
+        return state.FieldValue[1].ToText(locale) + " " + state.FieldValue[2].ToText(locale) + " " +
+               state.FieldValue[3].ToText(locale);
     };
     EXPECT_EQ(record("1.5", "0", "45000"), "1.50 No 2023-03-15");
     EXPECT_EQ(record("2", "7", "1"), "2.00 Yes 1899-12-31");
