@@ -115,16 +115,8 @@ void RecordDispatch::BuildRecordText() {
 
 void RecordDispatch::ShowFields() {
     const int n = FieldCount(cfg_);
-    for (int i = 1; i <= n; ++i) {
-        const auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
-        std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
-        if (field.IsText())
-            shown = field.AsText();
-        else
-            shown = field.ToText(locale_);
-        if (dde)
-            dde->FieldChanged(i, shown);
-    }
+    for (int i = 1; i <= n; ++i)
+        Show(i);
 }
 
 void RecordDispatch::Deliver() {
@@ -171,25 +163,27 @@ void RecordDispatch::DeliverDde() {
 }
 
 // A field that holds a number or another value is shown in the general
-// format and becomes empty text. Kept out of line: the fast path of the
-// callers is the text field.
-[[gnu::noinline]] static void ShowValueAndEmpty(engine::Value& field, std::string& shown,
-                                                const engine::Locale& locale) {
+// format. Kept out of line: the fast path of the callers is the text field.
+[[gnu::noinline]] static void ShowValue(const engine::Value& field, std::string& shown,
+                                        const engine::Locale& locale) {
     shown = field.ToText(locale);
-    field = engine::Value::Text("");
+}
+
+const std::string& RecordDispatch::Show(int i) {
+    const auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
+    std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
+    if (const std::string* text = field.TextIf())
+        shown.assign(*text);
+    else
+        ShowValue(field, shown, locale_);
+    if (dde)
+        dde->FieldChanged(i, shown);
+    return shown;
 }
 
 const std::string& RecordDispatch::ShowAndEmpty(int i) {
-    auto& field = state_.FieldValue[static_cast<std::size_t>(i)];
-    std::string& shown = state_.FieldText[static_cast<std::size_t>(i)];
-    if (std::string* text = field.TextIf()) {
-        shown.assign(*text);
-        text->clear(); // keeps its storage for the next record
-    } else {
-        ShowValueAndEmpty(field, shown, locale_);
-    }
-    if (dde)
-        dde->FieldChanged(i, shown);
+    const std::string& shown = Show(i);
+    EmptyField(state_.FieldValue[static_cast<std::size_t>(i)]);
     return shown;
 }
 

@@ -91,8 +91,9 @@ private:
     void DeliverDde();
     void DeliverLog();
     void DeliverLogFields();
-    // Shows field i in its box, tells the DDE items, empties the field and
-    // returns the text shown.
+    // Shows field i in its box, tells the DDE items and returns the text
+    // shown; ShowAndEmpty then empties the field.
+    const std::string& Show(int i);
     const std::string& ShowAndEmpty(int i);
     // Writes the record text as a line, asking about errors; a line nobody
     // could decide on waits in pendingLines_.
