@@ -105,6 +105,7 @@ constexpr OperatorRow OperatorTable[] = {
 
 namespace {
 
+// clang-format off
 enum Function {
     Abs, Asc, Atn, Cos, Exp, Fix, Hex, Int, LCase, Log, LTrim, Rnd, RTrim, Sgn, Sin, Sqr, Tan,
     Trim, UCase, Val, FieldFn
@@ -112,6 +113,7 @@ enum Function {
 constexpr const char* FunctionNames[] = {"abs", "asc", "atn", "cos",   "exp",   "fix", "hex",
                                          "int", "lcase", "log", "ltrim", "rnd", "rtrim", "sgn",
                                          "sin", "sqr", "tan", "trim",  "ucase", "val", "field"};
+// clang-format on
 
 // Rows of the operator table by name.
 enum Row { Pow, Mul, Div, IntDiv, Mod, Add, Sub, Eq, Lt, Gt, Ne, Le, Ge, And, Or, Xor, Eqv, Imp };
@@ -162,42 +164,57 @@ void Evaluator::ScanToken(std::string& kind, std::string& text) {
         text = kind;
 }
 
+const std::vector<Evaluator::Token> Evaluator::EndOnly(1);
+
+void Evaluator::Tokenize(const std::string& text, std::vector<Token>& tokens) {
+    ExprRest = text;
+    restPos_ = 0;
+    while (true) {
+        Token t;
+        ScanToken(t.kind, t.text);
+        if (t.kind.empty()) {
+            tokens.push_back(std::move(t)); // the end
+            return;
+        }
+        for (std::size_t r = 0; r < std::size(OperatorTable); ++r)
+            if (t.kind == OperatorTable[r].token) {
+                t.op = static_cast<int>(r);
+                break;
+            }
+        t.type = t.kind == "num"   ? Type::Num
+                 : t.kind == "id"  ? Type::Id
+                 : t.kind == "-"   ? Type::Minus
+                 : t.kind == "&h"  ? Type::AmpH
+                 : t.kind == "not" ? Type::Not
+                 : t.kind == "("   ? Type::LParen
+                 : t.kind == ")"   ? Type::RParen
+                                   : Type::Other;
+        if (t.type == Type::Num)
+            t.number = LeadingNumber(t.text, '.');
+        if (t.type == Type::Id)
+            for (std::size_t f = 0; f < std::size(FunctionNames); ++f)
+                if (t.text == FunctionNames[f])
+                    t.function = static_cast<int>(f);
+        tokens.push_back(std::move(t));
+    }
+}
+
 bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
                                    const std::array<Value, 42>& fieldValue) {
     ExprError = false;
-    if (tokens_.empty() || tokenizedText_ != text) {
-        ExprRest.assign(text);
-        restPos_ = 0;
-        tokens_.clear();
-        while (true) {
-            Token t;
-            ScanToken(t.kind, t.text);
-            if (t.kind.empty()) {
-                tokens_.push_back(std::move(t)); // the end
-                break;
-            }
-            for (std::size_t r = 0; r < std::size(OperatorTable); ++r)
-                if (t.kind == OperatorTable[r].token) {
-                    t.op = static_cast<int>(r);
-                    break;
-                }
-            t.type = t.kind == "num"   ? Type::Num
-                     : t.kind == "id"  ? Type::Id
-                     : t.kind == "-"   ? Type::Minus
-                     : t.kind == "&h"  ? Type::AmpH
-                     : t.kind == "not" ? Type::Not
-                     : t.kind == "("   ? Type::LParen
-                     : t.kind == ")"   ? Type::RParen
-                                       : Type::Other;
-            if (t.type == Type::Num)
-                t.number = LeadingNumber(t.text, '.');
-            if (t.type == Type::Id)
-                for (std::size_t f = 0; f < std::size(FunctionNames); ++f)
-                    if (t.text == FunctionNames[f])
-                        t.function = static_cast<int>(f);
-            tokens_.push_back(std::move(t));
+    tokens_ = nullptr;
+    for (const Tokenized& k : kept_)
+        if (k.text == text) {
+            tokens_ = &k.tokens;
+            break;
         }
-        tokenizedText_.assign(text);
+    if (!tokens_) {
+        if (kept_.size() == MaxKept)
+            kept_.clear();
+        Tokenized& k = kept_.emplace_back();
+        k.text.assign(text);
+        Tokenize(k.text, k.tokens);
+        tokens_ = &k.tokens;
     }
     current_ = 0;
     depth_ = 0;
@@ -207,6 +224,7 @@ bool Evaluator::EvaluateExpression(std::string_view text, Value& destination,
         ExprError = true; // tokens left over
     destination = std::move(result);
     fields_ = nullptr;
+    tokens_ = &EndOnly; // kept_ may grow (and move) before the next use
     return !ExprError;
 }
 

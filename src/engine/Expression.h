@@ -55,21 +55,30 @@ private:
     Value Combine(int op, const Value& a, const Value& b);
     // Moves to the next token (the last one, the end, stays).
     void Advance() {
-        if (current_ + 1 < tokens_.size())
+        if (current_ + 1 < tokens_->size())
             ++current_;
     }
-    const Token& Current() const { return tokens_[current_]; }
+    const Token& Current() const { return (*tokens_)[current_]; }
 
     // Reads one token from ExprRest at restPos_ (the tokenizer proper).
     void ScanToken(std::string& kind, std::string& text);
+    // Reads all of text into tokens, each with what the parser needs of it.
+    void Tokenize(const std::string& text, std::vector<Token>& tokens);
 
     const Locale& locale_;
     const std::array<Value, 42>* fields_ = nullptr;
     std::size_t restPos_ = 0; // ExprRest is consumed by advancing this index
-    // A field's expression runs record after record: its tokens are read once
-    // and kept for the last expression evaluated. The last token is the end.
-    std::string tokenizedText_;
-    std::vector<Token> tokens_;
+    // Each field's expression runs record after record: its tokens are read
+    // once and kept, for as many different texts as a record has fields.
+    // A longer list (a user trying expression after expression) starts over.
+    struct Tokenized {
+        std::string text;
+        std::vector<Token> tokens; // the last one is the end
+    };
+    static constexpr std::size_t MaxKept = 42;
+    std::vector<Tokenized> kept_;
+    const std::vector<Token>* tokens_ = &EndOnly;
+    static const std::vector<Token> EndOnly;
     std::size_t current_ = 0;
     int depth_ = 0;
     // rnd: a 24-bit linear congruential generator, as single-precision

@@ -175,3 +175,27 @@ TEST(Expression, DestinationMayBeTheFieldItReads) {
     e.EvaluateExpression("field(1)*2", f[1], f);
     EXPECT_EQ(f[1].ToText(us), "42");
 }
+
+// One evaluator serves every field of a record: the tokens it keeps must
+// follow the text, through alternation, a text seen again after the list was
+// started over, and an empty text.
+TEST(Expression, KeptTokensAlwaysBelongToTheTextEvaluated) {
+    Locale us;
+    Evaluator e(us);
+    auto f = Fields({{1, "6"}, {2, "7"}});
+    Value v;
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(e.EvaluateExpression("field(1)*field(2)", v, f));
+        EXPECT_EQ(v.ToText(us), "42");
+        ASSERT_TRUE(e.EvaluateExpression("field(2)-field(1)", v, f));
+        EXPECT_EQ(v.ToText(us), "1");
+        EXPECT_FALSE(e.EvaluateExpression("field(2)-", v, f));
+    }
+    for (int n = 0; n < 100; ++n) {
+        ASSERT_TRUE(e.EvaluateExpression(std::to_string(n) + "+field(1)", v, f));
+        ASSERT_EQ(v.ToText(us), std::to_string(n + 6));
+    }
+    ASSERT_TRUE(e.EvaluateExpression("field(1)*field(2)", v, f));
+    EXPECT_EQ(v.ToText(us), "42");
+    EXPECT_FALSE(e.EvaluateExpression("", v, f));
+}
