@@ -20,7 +20,7 @@ namespace {
 
 constexpr int F13 = 0x7C;
 
-struct Rig {
+struct RuntimeRig {
     testsupport::TempDir dir;
     RecordingPlatform platform;
     config::RecordingMessageSink messages;
@@ -60,7 +60,7 @@ struct Rig {
 } // namespace
 
 TEST(Runtime, AVirtualRunDeliversItsInputThenClosesInOrderOnce) {
-    Rig r;
+    RuntimeRig r;
     ASSERT_TRUE(r.runtime.RunVirtual(r.Save("virtual.QX3")));
     EXPECT_EQ(r.platform.calls, (std::vector<std::string>{"bus start org.corvane.Corvane.COM1"}));
     ASSERT_NE(r.platform.hotKeys, nullptr);
@@ -89,7 +89,7 @@ TEST(Runtime, AVirtualRunDeliversItsInputThenClosesInOrderOnce) {
 }
 
 TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {
-    Rig r;
+    RuntimeRig r;
     r.platform.bus = false;
     r.platform.display = false;
     ASSERT_TRUE(r.runtime.RunVirtual(
@@ -106,7 +106,7 @@ TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {
 }
 
 TEST(Runtime, APortThatCannotOpenStartsNothing) {
-    Rig r;
+    RuntimeRig r;
     r.platform.portOpens = false;
     EXPECT_FALSE(r.runtime.RunNormal(r.Save("normal.QX3")));
     EXPECT_EQ(r.platform.calls, (std::vector<std::string>{"open COM1"}));
@@ -116,7 +116,7 @@ TEST(Runtime, APortThatCannotOpenStartsNothing) {
 }
 
 TEST(Runtime, AReloadRunsAtTheNextTickWithTheNewFilesHotKeysAndTopic) {
-    Rig r;
+    RuntimeRig r;
     ASSERT_TRUE(r.runtime.RunNormal(r.Save("first.QX3")));
     const std::string second = r.Save("second.QX3", [](config::Config& c) {
         c.DdeTopicName = "Scale";
