@@ -38,10 +38,11 @@ std::string Two(int v) {
     return buf;
 }
 
-// A text that is a number as a whole (blanks around it allowed).
+// A text that is a number as a whole (blanks around it allowed), in plain or
+// scientific notation.
 bool WholeNumber(const std::string& text, const Locale& locale, double& v) {
     std::size_t used = 0;
-    v = LeadingNumber(text, locale.DecimalSeparator, &used);
+    v = LeadingScientificNumber(text, locale.DecimalSeparator, &used);
     if (used == 0)
         return false;
     return text.find_first_not_of(" \t", used) == std::string::npos;

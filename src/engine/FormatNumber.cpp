@@ -272,6 +272,15 @@ NumericSection Analyse(std::string_view section) {
     return s;
 }
 
+// |v| / 10^exponent. Below 1E-300 the power of ten would itself be subnormal
+// or zero (subnormal numbers reach down to 4.9E-324), so the division is done
+// in two steps there.
+double MagnitudeOver(double v, int exponent) {
+    if (exponent < -300)
+        return std::fabs(v) * 1e300 / std::pow(10.0, exponent + 300);
+    return std::fabs(v) / std::pow(10.0, exponent);
+}
+
 std::string Render(const NumericSection& s, double v, const Locale& locale) {
     if (s.percent)
         v *= 100;
@@ -281,12 +290,12 @@ std::string Render(const NumericSection& s, double v, const Locale& locale) {
     if (s.scientific && v != 0) {
         int lead = std::max(1, s.intPlaceholders);
         exponent = static_cast<int>(std::floor(std::log10(std::fabs(v)))) - (lead - 1);
-        double m = std::fabs(v) / std::pow(10.0, exponent);
+        double m = MagnitudeOver(v, exponent);
         std::string i, f;
         RoundDecimal(m, s.decimals, i, f);
         if (static_cast<int>(i.size()) > lead)
             ++exponent; // the mantissa rounded up to the next power of ten
-        v = std::fabs(v) / std::pow(10.0, exponent);
+        v = MagnitudeOver(v, exponent);
     }
     std::string intDigits, fracDigits;
     RoundDecimal(v, s.decimals, intDigits, fracDigits);

@@ -1,10 +1,12 @@
 #include "engine/Value.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace engine {
 
@@ -137,6 +139,70 @@ double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* 
     double v = 0;
     std::from_chars(digits, digits + n, v);
     return exponentShift ? v * std::pow(10.0, exponentShift) : v;
+}
+
+double LeadingScientificNumber(std::string_view text, char decimalSeparator,
+                               std::size_t* consumed) {
+    std::size_t used = 0;
+    const double plain = LeadingNumber(text, decimalSeparator, &used);
+    if (consumed)
+        *consumed = used;
+    if (used == 0 || used >= text.size() || (text[used] != 'E' && text[used] != 'e'))
+        return plain;
+    std::size_t end = used + 1;
+    bool negativeExponent = false;
+    if (end < text.size() && (text[end] == '+' || text[end] == '-'))
+        negativeExponent = text[end++] == '-';
+    const std::size_t exponentDigits = end;
+    long long exponent = 0; // saturated: only its sign and rough size matter below
+    while (end < text.size() && text[end] >= '0' && text[end] <= '9') {
+        exponent = std::min(exponent * 10 + (text[end] - '0'), 1'000'000'000LL);
+        ++end;
+    }
+    if (end == exponentDigits)
+        return plain;
+    if (consumed)
+        *consumed = end;
+
+    // The whole number, with "." as its separator and without a "+" before
+    // the mantissa, for the library's correctly rounded reading. Where the
+    // first significant digit stands tells an overflow from an underflow.
+    std::string copy;
+    copy.reserve(end);
+    std::size_t k = 0;
+    while (text[k] == ' ' || text[k] == '\t')
+        ++k;
+    bool negative = false;
+    if (text[k] == '-' || text[k] == '+')
+        negative = text[k++] == '-';
+    if (negative)
+        copy += '-';
+    long long magnitude = 0; // decimal position of the first significant digit
+    bool point = false, significant = false;
+    for (; k < used; ++k) {
+        const char c = text[k];
+        if (c == decimalSeparator) {
+            point = true;
+            copy += '.';
+            continue;
+        }
+        copy += c;
+        if (c != '0')
+            significant = true;
+        if (!point && significant)
+            ++magnitude;
+        else if (point && !significant)
+            --magnitude;
+    }
+    copy.append(text.substr(used, end - used));
+    double v = 0;
+    const auto result = std::from_chars(copy.data(), copy.data() + copy.size(), v);
+    if (result.ec == std::errc::result_out_of_range) {
+        magnitude += negativeExponent ? -exponent : exponent;
+        v = magnitude > 0 ? HUGE_VAL : 0.0;
+        return negative ? -v : v;
+    }
+    return v;
 }
 
 namespace {

@@ -70,6 +70,15 @@ private:
 // *consumed to the characters used (0 when no digit was found).
 double LeadingNumber(std::string_view text, char decimalSeparator, std::size_t* consumed = nullptr);
 
+// LeadingNumber followed by an optional exponent: "E" or "e", an optional
+// sign and at least one digit ("1.5E-03", "-2e+5", "3E4"), the way meters
+// send numbers in scientific notation. An "E" without digits after it is not
+// part of the number ("12E" reads as 12 and consumes 2). A value beyond the
+// largest double reads as an infinity of its sign, one below the smallest
+// subnormal as zero of its sign.
+double LeadingScientificNumber(std::string_view text, char decimalSeparator,
+                               std::size_t* consumed = nullptr);
+
 // The general number format: at most 15 significant digits for a double (7 for
 // a single), no trailing zeros, no thousands separators, the locale's decimal
 // separator, scientific form ("1E+15", "1.234568E+07", "1E-05") outside the

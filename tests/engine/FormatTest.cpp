@@ -128,6 +128,38 @@ TEST(Format, NumbersWithoutDigitsToPlaceAreShownAsWithoutAFormat) {
             << c.value.ToText(Locale{}).substr(0, 12) << " / " << c.format;
 }
 
+TEST(Format, TextInScientificNotationIsFormattedAsItsNumber) {
+    // As meters send readings; the default filter keeps the "E".
+    struct Case {
+        const char* value;
+        const char* format;
+        const char* result;
+    } cases[] = {
+        {"+1.2345E-03", "0.0000000", "0.0012345"},
+        {"1.5e+3", "#,##0.0", "1,500.0"},
+        {" 3E4 ", "General Number", "30000"},
+        {"-2.5E2", "0.0;(0.0)", "(250.0)"},
+        {"4.9E-324", "0.00E+00", "4.94E-324"},
+        {"2.5E-308", "Scientific", "2.50E-308"},
+        {"1E-400", "0.00", "0.00"},
+        {"1E400", "0.00", "Infinity"},
+        {"-1e+99999999999999999999", "Scientific", "-Infinity"},
+        {"0.0001E999999", "0E+0", "Infinity"},
+        {"1000E-999999", "0.0", "0.0"},
+        {"4.5E4", "yyyy-mm-dd", "2023-03-15"},
+        // Not a number as a whole: passes unchanged.
+        {"12E", "0.00", "12E"},
+        {"12E+", "0.00", "12E+"},
+        {"1E5x", "0.00", "1E5x"},
+        {"E5", "0.00", "E5"},
+        {"1.2.3E4", "0.00", "1.2.3E4"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(F(c.value, c.format), c.result) << c.value << " / " << c.format;
+    EXPECT_EQ(F("1,5E-3", "0.0000", German()), "0,0015");
+    EXPECT_EQ(F("1.5E-3", "0.0000", German()), "1.5E-3");
+}
+
 TEST(Format, TextFormats) {
     EXPECT_EQ(F("abc", ">"), "ABC");
     EXPECT_EQ(F("AbC", "<"), "abc");
