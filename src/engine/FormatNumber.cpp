@@ -229,8 +229,11 @@ NumericSection Analyse(std::string_view section) {
             continue;
         char c = t.text[0];
         if (inExponent) {
+            // After the exponent only its digits and a percent sign count.
             if (c == '0' || c == '#')
                 ++s.expDigits;
+            else if (c == '%')
+                s.percent = true;
             continue;
         }
         if (c == '0' || c == '#') {
@@ -333,8 +336,11 @@ std::string Render(const NumericSection& s, double v, const Locale& locale) {
             continue;
         }
         char c = t.text[0];
-        if (inExp)
+        if (inExp) {
+            if (c == '%')
+                out.push_back('%');
             continue; // exponent digits are written with the marker
+        }
         if (c == '0' || c == '#') {
             if (!afterPoint) {
                 const int p = intSlot++;
