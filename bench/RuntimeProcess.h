@@ -126,7 +126,7 @@ struct PrivateDisplay {
             dup2(quiet, 1);
             dup2(quiet, 2);
             execlp("Xvfb", "Xvfb", name.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
-                   nullptr);
+                   "-noreset", nullptr);
             _exit(127);
         }
         const std::string socket = "/tmp/.X11-unix/X" + name.substr(1);

@@ -66,7 +66,7 @@ struct Session {
 
     Session() {
         const std::string display = ":" + std::to_string(150 + getpid() % 40);
-        xvfb = Spawn({"Xvfb", display, "-nolisten", "tcp"});
+        xvfb = Spawn({"Xvfb", display, "-nolisten", "tcp", "-noreset"});
         setenv("DISPLAY", display.c_str(), 1);
         if (!WaitUntil([&] { return fs::exists("/tmp/.X11-unix/X" + display.substr(1)); }, 10s))
             return;

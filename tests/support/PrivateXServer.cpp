@@ -62,8 +62,12 @@ PrivateXServer::PrivateXServer() {
         if (DisplayListening(n))
             continue;
         display_ = ":" + std::to_string(n);
+        // -noreset: by default the server resets whenever its last client
+        // leaves, and refuses connections while it does. A probe or an xprop
+        // poll is often that last client, and a window manager that connected
+        // just then exited with "Failed to open the display".
         xvfb_ = std::make_unique<ChildProcess>(
-            std::vector<std::string>{Xvfb, display_, "-nolisten", "tcp"});
+            std::vector<std::string>{Xvfb, display_, "-nolisten", "tcp", "-noreset"});
         const bool ours = WaitFor(10s, [&] {
             return (LockHolder(n) == xvfb_->pid() && DisplayListening(n)) ||
                    xvfb_->WaitExit(0ms).has_value();
