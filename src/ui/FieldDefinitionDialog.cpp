@@ -9,6 +9,7 @@
 #include "ui/AsciiChartDialog.h"
 #include "ui/DialogButtons.h"
 #include "ui/KeystrokePickerDialog.h"
+#include "ui/OutputStringEdit.h"
 #include "ui/QtMessageSink.h"
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -63,6 +64,21 @@ QLabel* ResultLabel(const char* objectName, QWidget* parent) {
 void ShowResult(QLabel* label, const QString& text, bool error) {
     label->setText(text);
     label->setStyleSheet(error ? ErrorStyle : "");
+}
+
+// The characters of text that a text box shows nothing for, each once, in
+// the order they first come, named as ReadableBytes names them: "<TAB> <CR>".
+QString HiddenCharacters(const std::string& text) {
+    QString names;
+    std::string seen;
+    for (const char c : text) {
+        const QString name = ReadableBytes(std::string(1, c));
+        if (name.size() == 1 || seen.find(c) != std::string::npos)
+            continue;
+        seen += c;
+        names += (names.isEmpty() ? "" : " ") + name;
+    }
+    return names;
 }
 
 } // namespace
@@ -320,6 +336,11 @@ void FieldDefinitionDialog::ShowSamples() {
 
 void FieldDefinitionDialog::ShowMacroCheck(const QLineEdit* box, QLabel* check) {
     const std::string text = Latin1Bytes(box->text());
+    // A control character from the chart (a tab between logged fields, say)
+    // shows nothing in the box; the check names it.
+    const QString hidden = HiddenCharacters(text);
+    const QString holds =
+        hidden.isEmpty() ? QString() : "\nAlso holds " + hidden + ", which the box cannot show.";
     switch (cfg_.TransferMode) {
     case config::SendKeystrokes: {
         if (text.empty()) {
@@ -334,16 +355,18 @@ void FieldDefinitionDialog::ShowMacroCheck(const QLineEdit* box, QLabel* check) 
         const int code =
             output::ParseKeyString(engine::ExpandDateTimeTokens(text, clock), keyboard, queue);
         if (code == output::KeysOk)
-            ShowResult(check, "Valid keystrokes.", false);
+            ShowResult(check, "Valid keystrokes." + holds, false);
         else
-            ShowResult(check, "Not valid keystrokes: " + KeyParseMessage(code) + ".", true);
+            ShowResult(check, "Not valid keystrokes: " + KeyParseMessage(code) + "." + holds, true);
         return;
     }
     case config::DdeServer:
         ShowResult(check, "DDE Server mode does not send the macros.", false);
         return;
     default:
-        ShowResult(check, "Log To Disk mode writes this text, date and time tokens filled in.", false);
+        ShowResult(check,
+                   "Log To Disk mode writes this text, date and time tokens filled in." + holds,
+                   false);
     }
 }
 

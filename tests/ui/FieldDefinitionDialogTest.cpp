@@ -249,10 +249,25 @@ TEST_F(FieldDefinitionDialogTest, MacrosSayWhetherTheyAreKeystrokesOrHowTheModeU
     EXPECT_EQ(dialog.PostambleCheck()->text(),
               "Not valid keystrokes: too many keys (more than 4096).");
 
+    // Characters the box cannot show are named once each, however long the macro.
+    dialog.Postamble()->setText("a\rb");
+    EXPECT_EQ(dialog.PostambleCheck()->text(),
+              "Valid keystrokes.\nAlso holds <CR>, which the box cannot show.");
+    dialog.Postamble()->setText("{FOO}\x1b");
+    EXPECT_EQ(dialog.PostambleCheck()->text(),
+              "Not valid keystrokes: " + ui::FieldDefinitionDialog::KeyParseMessage(2) +
+                  ".\nAlso holds <ESC>, which the box cannot show.");
+
     cfg.TransferMode = config::LogToDisk;
     ui::FieldDefinitionDialog log(cfg, messages, locale);
     log.Postamble()->setText("{FOO}");
     EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text, date and time tokens filled in.");
+    log.Postamble()->setText(QString(50, 'x'));
+    EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text, date and time tokens filled in.");
+    log.Postamble()->setText(QString(50, 'x') + " mg\t;\t\r\n");
+    EXPECT_EQ(log.PostambleCheck()->text(),
+              "Log To Disk mode writes this text, date and time tokens filled in.\nAlso holds "
+              "<TAB> <CR> <LF>, which the box cannot show.");
 }
 
 TEST_F(FieldDefinitionDialogTest, ThePickersInsertAtTheCursor) {
@@ -317,6 +332,10 @@ TEST_F(FieldDefinitionDialogTest, ThePickersInsertAtTheCursor) {
         return true;
     });
     log.findChild<QPushButton*>("PreambleChars")->click();
+    // The box cannot show a carriage return; the check line names it.
+    EXPECT_EQ(log.PreambleCheck()->text(),
+              "Log To Disk mode writes this text, date and time tokens filled in.\nAlso holds <CR>, "
+              "which the box cannot show.");
     log.accept();
     EXPECT_EQ(cfg.RecordPreamble, "\r");
 }
