@@ -2,7 +2,9 @@
 // A runtime started by a benchmark, headless or with its window: its
 // configuration built in a temporary folder, a raw pseudo-terminal as its
 // port, and its CPU time read from /proc (as any process's). Also the private
-// session bus and X display that benchmarks start for it.
+// session bus that benchmarks start for it (the X display: PrivateDisplay.h).
+
+#include "PrivateDisplay.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -109,33 +111,6 @@ struct PrivateBus {
         ::close(out[0]);
     }
     ~PrivateBus() {
-        kill(pid, SIGTERM);
-        waitpid(pid, nullptr, 0);
-    }
-};
-
-// An Xvfb of the benchmark's own; display is empty when it did not start.
-struct PrivateDisplay {
-    pid_t pid = -1;
-    std::string display;
-    PrivateDisplay() {
-        const std::string name = ":" + std::to_string(190 + getpid() % 40);
-        pid = fork();
-        if (pid == 0) {
-            const int quiet = ::open("/dev/null", O_WRONLY);
-            dup2(quiet, 1);
-            dup2(quiet, 2);
-            execlp("Xvfb", "Xvfb", name.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
-                   "-noreset", nullptr);
-            _exit(127);
-        }
-        const std::string socket = "/tmp/.X11-unix/X" + name.substr(1);
-        for (int i = 0; i < 200 && !std::filesystem::exists(socket); ++i)
-            usleep(50000);
-        if (std::filesystem::exists(socket))
-            display = name;
-    }
-    ~PrivateDisplay() {
         kill(pid, SIGTERM);
         waitpid(pid, nullptr, 0);
     }

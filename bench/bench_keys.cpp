@@ -6,6 +6,7 @@
 // letters and digits without doubles, and balance values full of doubled
 // digits ("100.00 11.11 ..."), where presses must wait for the server's clock.
 
+#include "PrivateDisplay.h"
 #include "engine/PosixClock.h"
 #include "output/KeySender.h"
 #include "output/X11Keyboard.h"
@@ -60,29 +61,27 @@ bool WaitUntil(const std::function<bool()>& pred, std::chrono::seconds limit) {
 
 // A private X server with one recording client.
 struct Session {
-    pid_t xvfb = -1, recorder = -1;
+    benchrig::PrivateDisplay x; // first in, last out: the client goes before its server
+    pid_t recorder = -1;
     fs::path file;
     bool ok = false;
 
     Session() {
-        const std::string display = ":" + std::to_string(150 + getpid() % 40);
-        xvfb = Spawn({"Xvfb", display, "-nolisten", "tcp", "-noreset"});
-        setenv("DISPLAY", display.c_str(), 1);
-        if (!WaitUntil([&] { return fs::exists("/tmp/.X11-unix/X" + display.substr(1)); }, 10s))
+        if (x.display.empty())
             return;
+        setenv("DISPLAY", x.display.c_str(), 1);
         char tmpl[] = "/tmp/corvane-keys-XXXXXX";
         file = fs::path(mkdtemp(tmpl)) / "typed.txt";
         recorder = Spawn({KEY_RECORDER, "Bench Recorder", file.string(), "--strict"});
         ok = WaitUntil([&] { return Slurp(file) == "<ready>"; }, 10s);
     }
     ~Session() {
-        for (pid_t p : {recorder, xvfb})
-            if (p > 0) {
-                kill(p, SIGTERM);
-                int status;
-                waitpid(p, &status, 0);
-            }
-        fs::remove_all(file.parent_path());
+        if (recorder > 0) {
+            kill(recorder, SIGTERM);
+            waitpid(recorder, nullptr, 0);
+        }
+        if (!file.empty())
+            fs::remove_all(file.parent_path());
     }
     std::string Typed() const { return Slurp(file).substr(7); }
     void Clear() const { std::ofstream(file, std::ios::trunc) << "<ready>"; }
