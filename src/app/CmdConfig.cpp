@@ -1,9 +1,9 @@
 // `corvane config new|dump|build`: configuration files from the command line.
 
 #include "app/Commands.h"
-#include "app/Help.h"
 #include "app/ConfigJson.h"
 #include "app/Headless.h"
+#include "app/Help.h"
 #include "config/ConfigFile.h"
 #include "config/Validation.h"
 
@@ -16,7 +16,6 @@ namespace app {
 namespace {
 
 using config::Config;
-
 
 bool Save(Config& cfg, const std::string& file) {
     cfg.ConfigFileName = file;
@@ -34,8 +33,10 @@ int New(const std::string& file) {
 
 int Dump(const std::string& file) {
     StderrMessageSink messages;
-    if (config::CheckConfigFile(file, messages) < 0) {
-        if (!std::ifstream(file))
+    const int check = config::CheckConfigFile(file, messages);
+    if (check < 0) {
+        // A file that is no configuration has been reported by the check.
+        if (check == -2 || check == -3)
             ReportMessage("Corvane File Error", "Cannot read " + file);
         return 1;
     }

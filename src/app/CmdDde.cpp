@@ -6,8 +6,8 @@
 // message on standard error says which); 2 on usage errors.
 
 #include "app/Commands.h"
-#include "app/Help.h"
 #include "app/Headless.h"
+#include "app/Help.h"
 #include "control/DbusClient.h"
 #include "control/DdeNames.h"
 
@@ -32,9 +32,15 @@ int Report(const control::DdeAnswer& answer, const std::string& busName, const s
     switch (answer.kind) {
     case control::DdeAnswer::Ok:
         return 0;
-    case control::DdeAnswer::Refused:
+    case control::DdeAnswer::Refused: {
         text = busName + " refused the command " + what;
+        // A Corvane runtime says why, where it can: "... (REASON)".
+        const std::string lead = "The command was refused: " + what + " (";
+        if (answer.error.size() > lead.size() && answer.error.rfind(lead, 0) == 0 &&
+            answer.error.back() == ')')
+            text += ": " + answer.error.substr(lead.size(), answer.error.size() - lead.size() - 1);
         break;
+    }
     case control::DdeAnswer::UnknownItem:
         text = busName + " has no item " + what;
         break;

@@ -1,11 +1,14 @@
 #include "config/ConfigFile.h"
 
+#include "config/DataFile.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <fstream>
 #include <optional>
+#include <sstream>
 
 namespace config {
 
@@ -21,6 +24,10 @@ const char* const BannerV200 =
 const char* const BannerPlain = "Software Vardle Settings File -- Serial Instrument Data Capture";
 
 const char* const FileErrorTitle = "Corvane File Error";
+// A configuration file holds a few kilobytes; anything far larger is read no
+// further.
+constexpr std::uintmax_t MaxConfigFileBytes = 1024 * 1024;
+
 const char* const PreviousVersionTitle = "Corvane Version 3.0";
 const char* const PreviousVersionText =
     "The selected configuration file was created with a previous version of Corvane. If you "
@@ -415,9 +422,21 @@ std::string ToUpper(std::string s) {
 int CheckConfigFile(const std::string& path, MessageSink& messages) {
     if (path.empty())
         return -2;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return -3;
+    const FileBytes file = ReadDataFile(path, MaxConfigFileBytes);
+    if (!file.bytes) {
+        if (file.problem == FileBytes::Problem::Missing ||
+            file.problem == FileBytes::Problem::Unreadable)
+            return -3;
+        // Something other than a configuration was named: a folder, a
+        // device, a pipe, or a file far larger than any configuration.
+        messages.Show({"File: " + path + " " + file.why +
+                           (file.problem == FileBytes::Problem::TooLarge
+                                ? ", far more than a configuration file holds."
+                                : ": a configuration is read only from a regular file."),
+                       FileErrorTitle, MessageIcon::Exclamation, MessageButtons::Ok});
+        return -1;
+    }
+    std::istringstream in(*file.bytes);
     Reader r(in);
     auto banner = r.Line();
     if (!banner || !LayoutOf(*banner)) {
@@ -433,9 +452,10 @@ int CheckConfigFile(const std::string& path, MessageSink& messages) {
 
 LoadStatus LoadConfigFile(Config& cfg, const std::string& path, MessageSink& messages,
                           bool duringStartup) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    const FileBytes file = ReadDataFile(path, MaxConfigFileBytes);
+    if (!file.bytes)
         return LoadStatus::NotOpened;
+    std::istringstream in(*file.bytes);
     Reader r(in);
     auto banner = r.Line();
     Layout layout = banner ? LayoutOf(*banner).value_or(Layout::V300) : Layout::V300;

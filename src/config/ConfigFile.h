@@ -14,9 +14,11 @@ namespace config {
 // The banner every save writes.
 extern const char* const BannerV300;
 
-// Returns -2 for an empty path, -3 when the file cannot be opened, -1 (after
-// telling the user) when its first line is no configuration banner, -4 when it
-// ends right after the banner, and otherwise the port number on line 2.
+// Returns -2 for an empty path, -3 when the file is missing or cannot be
+// opened, -1 (after telling the user) when it is no configuration (its first
+// line is no configuration banner, it is a folder, a device or a pipe rather
+// than a regular file, or it holds more than a megabyte), -4 when it ends
+// right after the banner, and otherwise the port number on line 2.
 int CheckConfigFile(const std::string& path, MessageSink& messages);
 
 enum class LoadStatus {
@@ -27,9 +29,10 @@ enum class LoadStatus {
 
 // Reads the file into cfg without resetting it first: settings that the
 // file's layout lacks (or that follow a point where the file ends early) keep
-// the values they had. duringStartup suppresses the extra line of 1.x files.
-// Sets ConfigLoaded; ConfigChanged is cleared for a current file and set for
-// an older layout, after the previous-version message.
+// the values they had. A file that is missing, unreadable, no regular file or
+// over a megabyte is NotOpened and changes nothing. duringStartup suppresses the extra line of 1.x
+// files. Sets ConfigLoaded; ConfigChanged is cleared for a current file and set for an older
+// layout, after the previous-version message.
 LoadStatus LoadConfigFile(Config& cfg, const std::string& path, MessageSink& messages,
                           bool duringStartup = false);
 

@@ -1,6 +1,7 @@
 #include "control/CommandInterpreter.h"
 
 #include "config/ConfigFile.h"
+#include "config/DataFile.h"
 #include "control/DdeNames.h"
 #include "engine/Format.h"
 #include "engine/Value.h"
@@ -10,10 +11,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <optional>
-#include <sstream>
 
 namespace control {
 
@@ -101,20 +100,6 @@ std::optional<std::int32_t> WholeNumber(std::string_view text) {
     if (!(v >= INT32_MIN && v <= INT32_MAX))
         return std::nullopt;
     return static_cast<std::int32_t>(v);
-}
-
-std::optional<std::string> ReadWholeFile(const std::string& path) {
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec))
-        return std::nullopt;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return std::nullopt;
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    if (in.bad())
-        return std::nullopt;
-    return bytes.str();
 }
 
 } // namespace
@@ -257,7 +242,13 @@ const CommandInterpreter::Entry CommandInterpreter::table_[] = {
      [](CommandInterpreter& c, const Call& call) { return c.TimerInterval(call); }},
 };
 
+bool CommandInterpreter::Refuse(std::string reason) {
+    refusal_ = std::move(reason);
+    return false;
+}
+
 bool CommandInterpreter::Execute(const std::string& received) {
+    refusal_.clear();
     const std::string normalised = NormaliseCommand(received);
     if (normalised.empty())
         return true;
@@ -292,10 +283,17 @@ bool CommandInterpreter::SendCode(const Call& call) {
 
 bool CommandInterpreter::SendFile(const Call& call) {
     // A file that cannot be read, or a port that is not open, is a failure.
-    const auto bytes = ReadWholeFile(LocalPath(call.argument));
-    if (!bytes || !t_.runtime.PortIsOpen())
-        return false;
-    t_.runtime.QueueOutput(*bytes);
+    // Only a regular file is sent: a device such as /dev/zero never ends and
+    // a named pipe waits for a writer. It is read as the port takes it.
+    const std::string path = LocalPath(call.argument);
+    if (!t_.runtime.PortIsOpen())
+        return Refuse("the port is not open");
+    if (const std::string why = config::WhyNotARegularFile(path); !why.empty())
+        return Refuse(path + " " + why + ": only a regular file is sent");
+    auto file = std::make_unique<std::ifstream>(path, std::ios::binary);
+    if (!*file)
+        return Refuse(path + " cannot be opened");
+    t_.runtime.QueueFile(std::move(file));
     return true;
 }
 
@@ -325,11 +323,16 @@ bool CommandInterpreter::Config(const Call& call) {
     if (t_.runtime.IsVirtualDevice())
         return false;
     const std::string path = LocalPath(call.argument);
-    // A command is refused without a message: the check's messages go nowhere.
+    // A command is refused without a message box: what the check would say
+    // is the refusal's reason.
     config::RecordingMessageSink unseen;
     const int portNumber = config::CheckConfigFile(path, unseen);
-    if (portNumber < 0 || portNumber != t_.cfg.PortNumber)
-        return false;
+    if (portNumber < 0)
+        return Refuse(!unseen.shown.empty() ? unseen.shown.front().text
+                                            : path + " cannot be read as a configuration");
+    if (portNumber != t_.cfg.PortNumber)
+        return Refuse(path + " is a configuration for COM" + std::to_string(portNumber + 1) +
+                      ", and this runtime reads " + config::PortName(t_.cfg));
     t_.host.ReloadConfiguration(path);
     return true;
 }

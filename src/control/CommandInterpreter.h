@@ -61,6 +61,10 @@ public:
 
     // Carries out one command string; false when it is refused.
     bool Execute(const std::string& received);
+    // Why the last command was refused, where more can be said than that
+    // it was ("/dev/zero is a device: only a regular file is sent"); empty
+    // otherwise.
+    const std::string& RefusalReason() const { return refusal_; }
 
     // One parsed command: the string as received, normalised, and its argument.
     struct Call {
@@ -79,8 +83,10 @@ private:
     void CopyItem(const DdeItems::Item& item);
     void RunLinkEntry(LinkKind kind, bool LinkMenu::*entry, void (ClientLinks::*action)(LinkKind));
     std::string LocalPath(const std::string& name) const;
+    bool Refuse(std::string reason);
 
     CommandTargets t_;
+    std::string refusal_;
     struct Entry;
     static const Entry table_[];
 };

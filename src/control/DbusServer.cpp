@@ -57,8 +57,10 @@ private:
         if (member == QLatin1String("Execute") && AllStrings(args, 1)) {
             if (handler_.Execute(ToBytes(args[0].toString())))
                 return message.createReply();
-            return message.createErrorReply(DdeErrorRefused,
-                                            "The command was refused: " + args[0].toString());
+            QString text = "The command was refused: " + args[0].toString();
+            if (const std::string reason = handler_.RefusalReason(); !reason.empty())
+                text += " (" + FromBytes(reason) + ")";
+            return message.createErrorReply(DdeErrorRefused, text);
         }
         if (member == QLatin1String("Request") && AllStrings(args, 1)) {
             if (auto text = handler_.Request(ToBytes(args[0].toString())))

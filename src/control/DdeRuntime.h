@@ -61,6 +61,7 @@ public:
 
     // The server's calls.
     bool Execute(const std::string& command) override;
+    std::string RefusalReason() const override { return interpreter_.RefusalReason(); }
     std::optional<std::string> Request(const std::string& item) override;
     // A poke to "CommandBuffer" is a command: Refused when it is refused.
     PokeResult Poke(const std::string& item, const std::string& text) override;

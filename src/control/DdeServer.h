@@ -16,6 +16,9 @@ public:
     virtual ~DdeServerHandler() = default;
     // One command; false when it is refused.
     virtual bool Execute(const std::string& command) = 0;
+    // Why the last command was refused, when more can be said; empty
+    // otherwise. The bus gives it to the caller with the refusal.
+    virtual std::string RefusalReason() const { return {}; }
     // An item's text, or nullopt when there is no such item.
     virtual std::optional<std::string> Request(const std::string& item) = 0;
     virtual PokeResult Poke(const std::string& item, const std::string& text) = 0;

@@ -7,6 +7,7 @@
 
 #include "control/RuntimeControl.h"
 
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ public:
     bool timedOutputAvailable = true;
 
     void QueueOutput(std::string_view bytes) override { output.append(bytes); }
+    // A file is sent a piece at a time by the real control; here at once.
+    void QueueFile(std::unique_ptr<std::istream> file) override {
+        output.append(std::istreambuf_iterator<char>(*file), std::istreambuf_iterator<char>());
+    }
     bool IsVirtualDevice() const override { return virtualDevice; }
     void StartBreak() override { calls.push_back("BREAK"); }
     void PulseDTR() override { calls.push_back("pulse DTR"); }

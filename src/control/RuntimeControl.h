@@ -6,6 +6,8 @@
 // acquisition loop, its port and the runtime state; FakeRuntimeControl
 // records them for tests.
 
+#include <istream>
+#include <memory>
 #include <string_view>
 
 namespace control {
@@ -16,6 +18,9 @@ public:
 
     // Appends bytes to PendingOutput; the next tick's flush sends them.
     virtual void QueueOutput(std::string_view bytes) = 0;
+    // Queues a whole file behind them, sent a piece at a time as the port
+    // takes it.
+    virtual void QueueFile(std::unique_ptr<std::istream> file) = 0;
 
     // The serial lines. On the virtual device they do nothing.
     virtual bool IsVirtualDevice() const = 0;

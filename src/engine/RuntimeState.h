@@ -10,6 +10,9 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
+#include <istream>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -17,11 +20,22 @@ namespace engine {
 
 enum RunModes : std::int16_t { Inactive = 0, Normal = 1, VirtualDevice = 2, PortTest = 3 };
 
+// A file on its way to the instrument, read a piece at a time as the port
+// takes it, and what was queued for the instrument after it.
+struct QueuedFile {
+    std::unique_ptr<std::istream> file;
+    std::string after;
+};
+
 struct RuntimeState {
     // The current record's fields: 1..40 fields, 41 overflow, 0 unused.
     std::array<Value, 42> FieldValue{};
     std::uint8_t InChar = 0;
+    // What waits to be written to the port. While files are being sent, it
+    // holds the bytes queued before them and the next piece of the first
+    // one; the rest waits in OutputFiles (see OutputQueue.h).
     std::string PendingOutput;
+    std::deque<QueuedFile> OutputFiles;
     std::int16_t BreakTicks = 0;
     bool Suspended = false;
     bool OneShotRecord = false;

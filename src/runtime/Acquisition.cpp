@@ -2,6 +2,7 @@
 
 #include "engine/DateTimeTokens.h"
 #include "engine/FieldProcessing.h"
+#include "engine/OutputQueue.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -42,8 +43,9 @@ void Acquisition::Activate() {
     fields_.Activate(cfg_, state_);
     state_.TimedOutputFlags = cfg_.TimerEnabled;
     state_.CurField = 1;
+    // Bytes read ahead and not framed yet (a reload after a suspension) are
+    // framed under this configuration.
     ResolveByteTables();
-    receivedPos_ = receivedLen_ = 0;
     if (cfg_.ActivateSuspended)
         ToggleSuspend();
 }
@@ -122,7 +124,10 @@ void Acquisition::ResolveByteTables() {
             hooks.dateTimeChanged();
     });
     Step([&] { TimedOutput(); });
-    Step([&] { port_.FlushPendingOutput(state_.PendingOutput); });
+    Step([&] {
+        TopUpPendingOutput(state_);
+        port_.FlushPendingOutput(state_.PendingOutput);
+    });
     Step([&] { dispatch_.RetryPendingLog(); });
     if (state_.Suspended)
         return;
@@ -184,7 +189,7 @@ void Acquisition::TimedOutput() {
     else if (state_.TimedOutputFlags & 8)
         serial::StartBreak(port_, state_.BreakTicks);
     else
-        state_.PendingOutput += cfg_.TimerString;
+        QueueOutput(state_, cfg_.TimerString);
     // Advance by exactly one interval, so a late tick catches up one action
     // per tick; an overflowing sum restarts the schedule.
     std::int64_t next = static_cast<std::int64_t>(state_.NextTimedOutput) + cfg_.TimerInterval;
@@ -197,9 +202,8 @@ void Acquisition::ProcessByte(std::uint8_t byte) {
 }
 
 // The per-byte path: inlined into the byte loop.
-[[gnu::always_inline]] inline void Acquisition::FrameByte(RuntimeState& state,
-                                                          const config::Config& cfg,
-                                                          std::uint8_t byte) {
+[[gnu::always_inline]] inline void
+Acquisition::FrameByte(RuntimeState& state, const config::Config& cfg, std::uint8_t byte) {
     state.InChar = byte;
     // A. The Opto-RS handshake: a prompt at every other carriage return; a
     // record in progress when the echo's carriage return arrives is spoiled.
@@ -209,7 +213,7 @@ void Acquisition::ProcessByte(std::uint8_t byte) {
                 state.VoidRecord = true;
             state.OptoEchoPending = false;
         } else {
-            state.PendingOutput += "?\r";
+            QueueOutput(state, "?\r");
             state.OptoEchoPending = true;
         }
     }
@@ -377,7 +381,7 @@ void Acquisition::CompleteRecord() {
     state_.RecordActive = false;
     state_.LastCharWasSpace = false;
     if (!cfg_.AckString.empty())
-        state_.PendingOutput += cfg_.AckString;
+        QueueOutput(state_, cfg_.AckString);
     if (cfg_.BeepOnInput)
         messages_.Beep(state_.SpecialBeep);
     const int n = std::clamp<int>(cfg_.NumFields, 1, config::MaxFields);

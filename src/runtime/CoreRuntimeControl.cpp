@@ -1,9 +1,15 @@
 #include "runtime/CoreRuntimeControl.h"
 
+#include "engine/OutputQueue.h"
+
 namespace runtime {
 
 void CoreRuntimeControl::QueueOutput(std::string_view bytes) {
-    state_.PendingOutput.append(bytes);
+    engine::QueueOutput(state_, bytes);
+}
+
+void CoreRuntimeControl::QueueFile(std::unique_ptr<std::istream> file) {
+    engine::QueueFile(state_, std::move(file));
 }
 
 bool CoreRuntimeControl::IsVirtualDevice() const {

@@ -11,11 +11,11 @@ namespace runtime {
 
 class CoreRuntimeControl : public control::RuntimeControl {
 public:
-    CoreRuntimeControl(engine::RuntimeState& state, Acquisition& acquisition,
-                       serial::Port& port)
+    CoreRuntimeControl(engine::RuntimeState& state, Acquisition& acquisition, serial::Port& port)
         : state_(state), acquisition_(acquisition), port_(port) {}
 
     void QueueOutput(std::string_view bytes) override;
+    void QueueFile(std::unique_ptr<std::istream> file) override;
     bool IsVirtualDevice() const override;
     void StartBreak() override;
     void PulseDTR() override;

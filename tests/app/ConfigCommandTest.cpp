@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -197,6 +198,14 @@ TEST(ConfigCommand, ForeignFilesAndUsageErrors) {
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.err.find("Corvane File Error: File: "), std::string::npos) << r.err;
     EXPECT_NE(r.err.find(" is not a valid configuration file."), std::string::npos);
+
+    // A pipe would never end: refused at once, with the reason.
+    fs::path fifo = dir.path / "pipe.QX3";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    r = RunProgram({CORVANE_BINARY, "config", "dump", fifo.string()}, "", std::chrono::seconds(10));
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "Corvane File Error: File: " + fifo.string() +
+                         " is a named pipe: a configuration is read only from a regular file.\n");
 
     EXPECT_EQ(Corvane({"config", "frobnicate"}).exitCode, 2);
     EXPECT_EQ(Corvane({"no-such-command"}).exitCode, 2);

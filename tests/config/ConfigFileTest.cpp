@@ -7,6 +7,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 using namespace config;
@@ -274,6 +275,56 @@ TEST(ConfigFile, CheckTellsEmptyMissingForeignAndValidFiles) {
     cfg.BaudRate = 7;
     EXPECT_NE(LoadConfigFile(cfg, folder, sink), LoadStatus::Complete);
     EXPECT_EQ(cfg.BaudRate, 7);
+}
+
+TEST(ConfigFile, OnlyARegularFileOfAtMostAMegabyteIsRead) {
+    TempFile f("fifo");
+    std::filesystem::remove(f.path);
+    ASSERT_EQ(::mkfifo(f.path.c_str(), 0600), 0);
+    const struct {
+        std::string path;
+        std::string message;
+    } refused[] = {
+        {f.path.string(),
+         "File: " + f.path.string() +
+             " is a named pipe: a configuration is read only from a regular file."},
+        {"/dev/zero",
+         "File: /dev/zero is a device: a configuration is read only from a regular file."},
+    };
+    for (const auto& r : refused) {
+        RecordingMessageSink sink;
+        EXPECT_EQ(CheckConfigFile(r.path, sink), -1) << r.path;
+        ASSERT_EQ(sink.shown.size(), 1u);
+        EXPECT_EQ(sink.shown[0].text, r.message);
+        EXPECT_EQ(sink.shown[0].title, "Corvane File Error");
+        Config cfg;
+        cfg.BaudRate = 7;
+        EXPECT_EQ(LoadConfigFile(cfg, r.path, sink), LoadStatus::NotOpened);
+        EXPECT_EQ(cfg.BaudRate, 7);
+        // At start (and for Open) it is forgotten, as a foreign file is.
+        NewOrLoadAtStart(cfg, r.path, sink, false);
+        EXPECT_EQ(cfg.ConfigFileName, "");
+    }
+
+    // A configuration padded to a megabyte is still read; one byte more is not.
+    Config padded = Everywhere();
+    TempFile big("big.QX3");
+    padded.ConfigFileName = big.path.string();
+    ASSERT_TRUE(SaveConfigFile(padded));
+    const auto size = std::filesystem::file_size(big.path);
+    std::ofstream(big.path, std::ios::app) << std::string(1024 * 1024 - size, '\n');
+    RecordingMessageSink sink;
+    EXPECT_EQ(CheckConfigFile(big.path.string(), sink), padded.PortNumber);
+    Config read;
+    EXPECT_EQ(LoadConfigFile(read, big.path.string(), sink), LoadStatus::Complete);
+    EXPECT_EQ(read.BaudRate, padded.BaudRate);
+    std::ofstream(big.path, std::ios::app) << '\n';
+    EXPECT_EQ(CheckConfigFile(big.path.string(), sink), -1);
+    ASSERT_EQ(sink.shown.size(), 1u);
+    EXPECT_EQ(sink.shown[0].text, "File: " + big.path.string() +
+                                      " is larger than 1 MB, far more than a configuration file "
+                                      "holds.");
+    EXPECT_EQ(LoadConfigFile(read, big.path.string(), sink), LoadStatus::NotOpened);
 }
 
 TEST(ConfigFile, StartKeepsTheNameOnlyForAMissingFile) {

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 using namespace control;
 
@@ -255,6 +256,45 @@ TEST(CommandInterpreter, ConfigReloadsOnlyAFileForThePortInUse) {
     onDevice.runtime.virtualDevice = true;
     EXPECT_FALSE(onDevice.Exec("{CONFIG(" + same.ConfigFileName + ")}"));
     EXPECT_TRUE(onDevice.host.calls.empty());
+}
+
+TEST(CommandInterpreter, FilesThatAreNoRegularFilesAreRefusedWithTheReason) {
+    testsupport::TempDir dir;
+    const std::string fifo = (dir.path / "fifo").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    // Over a megabyte that starts as a configuration for COM1.
+    config::Config big;
+    big.ConfigFileName = (dir.path / "big.QX3").string();
+    ASSERT_TRUE(config::SaveConfigFile(big));
+    std::ofstream(big.ConfigFileName, std::ios::app) << std::string(1024 * 1024, 'x');
+
+    Rig r;
+    const struct {
+        std::string command;
+        std::string reason;
+    } cases[] = {
+        {"{SENDFILE(" + fifo + ")}", fifo + " is a named pipe: only a regular file is sent"},
+        {"{SENDFILE(/dev/zero)}", "/dev/zero is a device: only a regular file is sent"},
+        {"{SENDFILE(" + dir.path.string() + ")}",
+         dir.path.string() + " is a folder: only a regular file is sent"},
+        {"{CONFIG(" + fifo + ")}",
+         "File: " + fifo + " is a named pipe: a configuration is read only from a regular file."},
+        {"{CONFIG(/dev/zero)}",
+         "File: /dev/zero is a device: a configuration is read only from a regular file."},
+        {"{CONFIG(" + big.ConfigFileName + ")}",
+         "File: " + big.ConfigFileName +
+             " is larger than 1 MB, far more than a configuration file holds."},
+    };
+    for (const auto& c : cases) {
+        EXPECT_FALSE(r.Exec(c.command)) << c.command;
+        EXPECT_EQ(r.dde.RefusalReason(), c.reason);
+    }
+    EXPECT_TRUE(r.runtime.output.empty());
+    EXPECT_TRUE(r.host.calls.empty());
+    EXPECT_TRUE(r.messages.shown.empty());
+    // An accepted command leaves no reason behind.
+    EXPECT_TRUE(r.Exec("{BEEP}"));
+    EXPECT_EQ(r.dde.RefusalReason(), "");
 }
 
 TEST(CommandInterpreter, ClearEmptiesEveryFieldItem) {

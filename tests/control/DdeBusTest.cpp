@@ -12,6 +12,7 @@
 #include <csignal>
 #include <filesystem>
 #include <memory>
+#include <sys/stat.h>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -258,6 +259,36 @@ TEST(DdeBus, ConfigReloadsAFileForTheSamePortAndRecordsKeepFlowing) {
     // The counter goes on across the reload.
     EXPECT_EQ(Dde({"request", "Corvane", "Reloaded", "RecordNumber"}).out, "2\n");
     EXPECT_EQ(r.Stderr(), "");
+}
+
+TEST(DdeBus, NoFileNamedByACommandStopsTheRuntimeFromReadingOrEnding) {
+    testsupport::PrivateBus bus;
+    TempDir dir;
+    const std::string fifo = (dir.path / "fifo").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    Runtime r;
+    ASSERT_TRUE(
+        r.StartServing(testsupport::BuildConfigFile(dir, "log", LogJson(dir, "out.log")), "COM1"))
+        << r.Stderr();
+    // Each is refused at once, with its reason for the caller.
+    for (const std::string& file : {fifo, std::string("/dev/zero")})
+        for (const char* command : {"{CONFIG(", "{SENDFILE("}) {
+            const auto start = std::chrono::steady_clock::now();
+            const auto refused = RunProgram(
+                {CORVANE_BINARY, "dde", "execute", "Corvane", "COM1", command + file + ")}"}, "",
+                5s);
+            EXPECT_EQ(refused.exitCode, 1) << command << file << ": " << refused.err;
+            EXPECT_NE(refused.err.find(file + " is a "), std::string::npos) << refused.err;
+            EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+        }
+    // The runtime goes on reading, and a signal ends it.
+    ASSERT_TRUE(r.pty.Write("7\r"));
+    EXPECT_TRUE(WaitFor(
+        10s, [&] { return testsupport::ReadFileBytes(dir.path / "out.log") == "7\r\r\n"; }));
+    r.child->Signal(SIGTERM);
+    const auto status = r.child->WaitExit(10s);
+    ASSERT_TRUE(status.has_value()) << "SIGTERM did not end the runtime";
+    EXPECT_EQ(*status, 0) << r.Stderr();
 }
 
 TEST(DdeBus, ATakenNameIsReportedOnceAndTheRuntimeGoesOnWithoutItsServer) {
