@@ -15,9 +15,9 @@
 namespace app {
 
 DesktopServices::DesktopServices(config::MessageSink& messages, config::SettingsStore& store,
-                                 engine::Clock& clock, std::function<bool()> closing,
+                                 engine::Clock& clock, std::function<bool()> stopping,
                                  std::function<std::string()> caption)
-    : messages_(messages), store_(store), clock_(clock), closing_(std::move(closing)),
+    : messages_(messages), store_(store), clock_(clock), stopping_(std::move(stopping)),
       caption_(std::move(caption)) {}
 
 std::unique_ptr<serial::Port> DesktopServices::OpenPort(config::Config& cfg) {
@@ -46,15 +46,15 @@ output::KeystrokeDelivery* DesktopServices::Keystrokes(config::Config& cfg) {
         return nullptr;
     }
     windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
-    // SIGTERM and the window's Exit reach the runtime through the pumped
-    // events: the waits end with them.
+    // SIGTERM, the window's Exit and "{APPEXIT}" reach the runtime through
+    // the pumped events: the waits end with them.
     auto pump = [this](int maxWaitMs) {
         PumpEvents(maxWaitMs);
-        return !closing_();
+        return !stopping_();
     };
     sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
-    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *windows_, *sender_, messages_,
-                                                              clock_, pump);
+    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *windows_, launcher_, *sender_,
+                                                              messages_, clock_, pump);
     return keystrokes_.get();
 }
 

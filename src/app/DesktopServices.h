@@ -14,6 +14,7 @@
 #include "engine/Clock.h"
 #include "output/KeySender.h"
 #include "output/KeystrokeDispatch.h"
+#include "output/PosixProgramLauncher.h"
 #include "output/X11Keyboard.h"
 #include "serial/Port.h"
 
@@ -41,10 +42,11 @@ struct RuntimeOptions {
 
 class DesktopServices {
 public:
-    // closing tells the keystroke waits that the runtime is closing; caption
-    // is the runtime's caption, the title of messages.
+    // stopping tells the keystroke waits (a target coming to the front, a
+    // started program) that the runtime is closing or soon will: they end
+    // then. caption is the runtime's caption, the title of messages.
     DesktopServices(config::MessageSink& messages, config::SettingsStore& store,
-                    engine::Clock& clock, std::function<bool()> closing,
+                    engine::Clock& clock, std::function<bool()> stopping,
                     std::function<std::string()> caption);
 
     // The device to open instead of the one the COM name is mapped to.
@@ -65,10 +67,11 @@ private:
     config::SettingsStore& store_;
     engine::Clock& clock_;
     std::optional<std::string> portPath_;
-    std::function<bool()> closing_;
+    std::function<bool()> stopping_;
     std::function<std::string()> caption_;
     std::unique_ptr<output::X11Keyboard> keyboard_;
     std::unique_ptr<output::X11WindowSystem> windows_;
+    output::PosixProgramLauncher launcher_;
     std::unique_ptr<output::KeySender> sender_;
     std::unique_ptr<output::KeystrokeDispatch> keystrokes_;
 };

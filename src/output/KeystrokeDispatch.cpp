@@ -1,30 +1,51 @@
 #include "output/KeystrokeDispatch.h"
 
 #include <cctype>
+#include <cstdint>
+#include <optional>
 
 namespace output {
 
-KeystrokeDispatch::KeystrokeDispatch(config::Config& cfg, WindowSystem& windows, KeySender& sender,
+KeystrokeDispatch::KeystrokeDispatch(config::Config& cfg, WindowSystem& windows,
+                                     ProgramLauncher& launcher, KeySender& sender,
                                      config::MessageSink& messages, engine::Clock& clock,
                                      EventPump pump)
-    : cfg_(cfg), windows_(windows), sender_(sender), messages_(messages), clock_(clock),
-      pump_(std::move(pump)) {}
+    : cfg_(cfg), windows_(windows), launcher_(launcher), sender_(sender), messages_(messages),
+      clock_(clock), pump_(std::move(pump)) {}
 
 bool KeystrokeDispatch::Launch(WindowId& target, WindowId& returnWindow) {
-    WindowId before = windows_.ForegroundWindow();
-    std::string error = windows_.StartProgram(cfg_.TargetAppCommand);
-    if (!error.empty()) {
-        messages_.Show({"Cannot Run Program: " + cfg_.TargetAppCommand + "\r" + error, "",
+    const WindowId before = windows_.ForegroundWindow();
+    const StartedProgram program = launcher_.Start(cfg_.TargetAppCommand);
+    if (program.id == 0) {
+        messages_.Show({"Cannot Run Program: " + cfg_.TargetAppCommand + "\r" + program.error, "",
                         config::MessageIcon::Exclamation, config::MessageButtons::Ok});
         return false;
     }
     // Wait for the program's window to come to the front, then one more
     // second on the clock so that it is ready for keys. The wait has no time
-    // limit, as a program may take long to start, but it looks at the windows
-    // only between the pump's sleeps and ends when the runtime closes.
-    while (windows_.ForegroundWindow() == before)
+    // limit while the program runs, as it may take long to start, but it
+    // looks at the windows only between the pump's sleeps and ends when the
+    // runtime closes. A program that hands its work to a copy of itself
+    // already running (as office suites and browsers do) ends at once while
+    // that copy opens the window: after the end the window gets as long as
+    // a window switch, before the start counts as failed.
+    std::optional<std::int32_t> endedAt;
+    std::string how;
+    while (windows_.ForegroundWindow() == before) {
         if (pump_ && !pump_(WaitPollMs))
             return false;
+        if (!endedAt) {
+            if (launcher_.Ended(program.id, how))
+                endedAt = clock_.TickCount();
+        } else if (static_cast<std::int32_t>(static_cast<std::uint32_t>(clock_.TickCount()) -
+                                             static_cast<std::uint32_t>(*endedAt)) >= FrontWaitMs) {
+            if (reportedCommands_.insert(cfg_.TargetAppCommand).second)
+                messages_.Show({"Cannot Run Program: " + cfg_.TargetAppCommand +
+                                    "\rThe program ended (" + how + ") without opening a window.",
+                                "", config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+            return false;
+        }
+    }
     if (!WaitClockSeconds(clock_, 1, pump_))
         return false;
     target = returnWindow = windows_.ForegroundWindow();
@@ -65,8 +86,7 @@ bool KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildR
                                     "\rThe window did not come to the front within " +
                                     std::to_string(FrontWaitMs / 1000) +
                                     " seconds, so nothing was typed into it.",
-                                "", config::MessageIcon::Exclamation,
-                                config::MessageButtons::Ok});
+                                "", config::MessageIcon::Exclamation, config::MessageButtons::Ok});
             if (activation.TargetWasIconic)
                 windows_.Minimize(target);
             if (returnWindow != target)

@@ -32,9 +32,6 @@ public:
     virtual void Restore(WindowId w) = 0;
     virtual void Show(WindowId w) = 0;
     virtual void Minimize(WindowId w) = 0;
-    // Starts a command line detached; an empty text or the system's
-    // description of why it could not be started.
-    virtual std::string StartProgram(const std::string& commandLine) = 0;
 };
 
 struct Activation {

@@ -73,7 +73,6 @@ public:
     void Restore(WindowId w) override;
     void Show(WindowId w) override;
     void Minimize(WindowId w) override;
-    std::string StartProgram(const std::string& commandLine) override;
 
 private:
     Display* dpy_;

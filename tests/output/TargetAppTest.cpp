@@ -20,7 +20,6 @@ public:
     };
     std::vector<Win> stack; // top first
     std::vector<std::string> calls;
-    std::string startError = "No such file or directory";
     int foregroundLooks = 0;
     WindowId focus = 0; // 0: the top window holds the focus
     int focusLag = 0;
@@ -71,10 +70,6 @@ public:
         calls.push_back("minimize " + std::to_string(w));
         Find(w).iconic = true;
     }
-    std::string StartProgram(const std::string& command) override {
-        calls.push_back("start " + command);
-        return startError;
-    }
 
 private:
     WindowId pending_ = 0;
@@ -85,6 +80,28 @@ private:
                 return win;
         static Win none{0, "", false};
         return none;
+    }
+};
+
+// Starts nothing: records the command lines, and says the program has ended
+// once ended is set.
+class FakeLauncher : public ProgramLauncher {
+public:
+    std::vector<std::string> started;
+    std::string startError = "No such file or directory";
+    bool ended = false;
+
+    StartedProgram Start(const std::string& commandLine) override {
+        started.push_back(commandLine);
+        if (!startError.empty())
+            return {0, startError};
+        return {4242, ""};
+    }
+    bool Ended(ProgramId id, std::string& how) override {
+        EXPECT_EQ(id, 4242);
+        if (ended)
+            how = "exit status 1";
+        return ended;
     }
 };
 
@@ -115,6 +132,7 @@ TEST(TargetApplication, SearchesCaptionsUpperCasedAndLeavesTheFrontWindowAlone) 
 
 TEST(TargetApplication, AMinimisedTargetIsRestoredTypedIntoAndMinimisedAgain) {
     FakeWindows windows;
+    FakeLauncher launcher;
     windows.stack = {{1, "Terminal"}, {2, "Balance Log", true}};
     config::Config cfg;
     cfg.TargetAppTitle = "balance";
@@ -123,7 +141,7 @@ TEST(TargetApplication, AMinimisedTargetIsRestoredTypedIntoAndMinimisedAgain) {
     engine::ManualClock clock;
     KeySender sender(keyboard, clock, nullptr);
     config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, nullptr);
+    KeystrokeDispatch dispatch(cfg, windows, launcher, sender, messages, clock, nullptr);
     dispatch.DeliverRecord([] { return std::string("1"); });
     EXPECT_EQ(windows.calls,
               (std::vector<std::string>{"activate 2", "restore 2", "minimize 2", "activate 1"}));
@@ -132,6 +150,7 @@ TEST(TargetApplication, AMinimisedTargetIsRestoredTypedIntoAndMinimisedAgain) {
 
 TEST(TargetApplication, AProgramThatCannotStartIsReportedAndNothingIsTyped) {
     FakeWindows windows;
+    FakeLauncher launcher;
     windows.stack = {{1, "Terminal"}};
     config::Config cfg;
     cfg.TargetAppTitle = "Editor";
@@ -140,7 +159,7 @@ TEST(TargetApplication, AProgramThatCannotStartIsReportedAndNothingIsTyped) {
     engine::ManualClock clock;
     KeySender sender(keyboard, clock, nullptr);
     config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, nullptr);
+    KeystrokeDispatch dispatch(cfg, windows, launcher, sender, messages, clock, nullptr);
     bool built = false;
     dispatch.DeliverRecord([&] {
         built = true;
@@ -169,8 +188,9 @@ config::Config StartedTarget() {
 
 TEST(TargetApplication, TheWaitForAStartedProgramSleepsBetweenLooksAtTheWindows) {
     FakeWindows windows;
+    FakeLauncher launcher;
     windows.stack = {{1, "Terminal"}};
-    windows.startError = "";
+    launcher.startError = "";
     config::Config cfg = StartedTarget();
     UsKeyboard keyboard;
     PumpedClock clock;
@@ -181,9 +201,9 @@ TEST(TargetApplication, TheWaitForAStartedProgramSleepsBetweenLooksAtTheWindows)
     };
     KeySender sender(keyboard, clock, clock.Pump());
     config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+    KeystrokeDispatch dispatch(cfg, windows, launcher, sender, messages, clock, clock.Pump());
     dispatch.DeliverRecord([] { return std::string("1"); });
-    EXPECT_EQ(windows.calls.front(), "start editor --new");
+    EXPECT_EQ(launcher.started, std::vector<std::string>{"editor --new"});
     EXPECT_EQ(keyboard.events.size(), 2u); // typed once the window is ready
     // Five seconds until the window, one more to settle: looked at no more
     // than once per 10 ms.
@@ -193,8 +213,9 @@ TEST(TargetApplication, TheWaitForAStartedProgramSleepsBetweenLooksAtTheWindows)
 TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
     for (int closingAt : {1, 30}) {
         FakeWindows windows;
+        FakeLauncher launcher;
         windows.stack = {{1, "Terminal"}};
-        windows.startError = ""; // started, its window comes only much later
+        launcher.startError = ""; // started, its window comes only much later
         config::Config cfg = StartedTarget();
         UsKeyboard keyboard;
         PumpedClock clock;
@@ -205,7 +226,7 @@ TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
         };
         KeySender sender(keyboard, clock, clock.Pump());
         config::RecordingMessageSink messages;
-        KeystrokeDispatch dispatch(cfg, windows, sender, messages, clock, clock.Pump());
+        KeystrokeDispatch dispatch(cfg, windows, launcher, sender, messages, clock, clock.Pump());
         bool built = false;
         dispatch.DeliverRecord([&] {
             built = true;
@@ -217,17 +238,59 @@ TEST(TargetApplication, ClosingEndsTheWaitForAStartedProgram) {
     }
 }
 
+TEST(TargetApplication, AStartedProgramThatEndsGetsAWindowSwitchsTimeForItsWindow) {
+    // Ends 300 ms after its start, and its window (opened by a copy already
+    // running) comes at windowAt, or never.
+    for (int windowAt : {1500, -1}) {
+        FakeWindows windows;
+        FakeLauncher launcher;
+        windows.stack = {{1, "Terminal"}};
+        launcher.startError = "";
+        config::Config cfg = StartedTarget();
+        UsKeyboard keyboard;
+        PumpedClock clock;
+        clock.onPump = [&] {
+            launcher.ended = clock.ticks >= 300;
+            if (windowAt >= 0 && clock.ticks >= windowAt && windows.stack.front().id == 1)
+                windows.stack.insert(windows.stack.begin(), {2, "Untitled - Editor"});
+        };
+        KeySender sender(keyboard, clock, clock.Pump());
+        config::RecordingMessageSink messages;
+        KeystrokeDispatch dispatch(cfg, windows, launcher, sender, messages, clock, clock.Pump());
+        if (windowAt >= 0) {
+            dispatch.DeliverRecord([] { return std::string("1"); });
+            EXPECT_EQ(keyboard.events.size(), 2u);
+            EXPECT_TRUE(messages.shown.empty());
+            continue;
+        }
+        // No window: the wait ends FrontWaitMs after the end, for each
+        // record, and that is said once.
+        for (int record = 0; record < 2; ++record) {
+            const std::int32_t from = record == 0 ? 300 : clock.ticks;
+            dispatch.DeliverRecord([] { return std::string("1"); });
+            EXPECT_GE(clock.ticks - from, FrontWaitMs);
+            EXPECT_LE(clock.ticks - from, FrontWaitMs + 2 * WaitPollMs);
+        }
+        EXPECT_EQ(launcher.started.size(), 2u);
+        EXPECT_TRUE(keyboard.events.empty());
+        ASSERT_EQ(messages.shown.size(), 1u);
+        EXPECT_EQ(messages.shown[0].text, "Cannot Run Program: editor --new\rThe program ended "
+                                          "(exit status 1) without opening a window.");
+    }
+}
+
 // The user's "Mail" in front of the target "Balance Log", a keyboard that
 // notes which window each key goes to, and a dispatch that types into the
 // target through them.
 struct FocusRig {
     FakeWindows windows;
+    FakeLauncher launcher;
     config::Config cfg;
     WatchedKeyboard keyboard{windows};
     PumpedClock clock;
     KeySender sender{keyboard, clock, clock.Pump()};
     config::RecordingMessageSink messages;
-    KeystrokeDispatch dispatch{cfg, windows, sender, messages, clock, clock.Pump()};
+    KeystrokeDispatch dispatch{cfg, windows, launcher, sender, messages, clock, clock.Pump()};
     FocusRig() {
         windows.stack = {{1, "Mail"}, {2, "Balance Log"}};
         cfg.TargetAppTitle = "balance";
@@ -236,7 +299,7 @@ struct FocusRig {
 
 TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGetsItBack) {
     FocusRig rig;
-    auto& [windows, cfg, keyboard, clock, sender, messages, dispatch] = rig;
+    auto& [windows, launcher, cfg, keyboard, clock, sender, messages, dispatch] = rig;
     windows.focusLag = 5;
     for (int record = 0; record < 2; ++record) {
         EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("12"); }));
@@ -258,7 +321,7 @@ TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGets
 
 TEST(TargetApplication, ATargetThatNeverGetsTheFocusGetsNothingAndIsReportedOnce) {
     FocusRig rig;
-    auto& [windows, cfg, keyboard, clock, sender, messages, dispatch] = rig;
+    auto& [windows, launcher, cfg, keyboard, clock, sender, messages, dispatch] = rig;
     windows.refuseFocus = true;
     bool built = false;
     for (int record = 0; record < 3; ++record)
@@ -283,7 +346,7 @@ TEST(TargetApplication, ATargetThatNeverGetsTheFocusGetsNothingAndIsReportedOnce
     PumpedClock closing;
     closing.closingAt = 3;
     config::RecordingMessageSink quiet;
-    KeystrokeDispatch closingDispatch(cfg, other, sender, quiet, closing, closing.Pump());
+    KeystrokeDispatch closingDispatch(cfg, other, launcher, sender, quiet, closing, closing.Pump());
     EXPECT_FALSE(closingDispatch.DeliverRecord([] { return std::string("1"); }));
     EXPECT_EQ(closing.pumps, 3);
     EXPECT_TRUE(quiet.shown.empty());
