@@ -79,4 +79,23 @@ std::string HotKeyDisplayName(int hotKeyCode) {
     return name + HotKeyKeyName(key);
 }
 
+bool IsConsoleSwitchKey(int hotKeyCode) {
+    constexpr int F1 = 112, F12 = 123;
+    const int key = hotKeyCode & 0xFF;
+    // With Shift added the keyboard map gives the plain function key again.
+    const int modifiers = (hotKeyCode >> 8) & (HotKeyShift | HotKeyCtrl | HotKeyAlt);
+    return key >= F1 && key <= F12 && modifiers == (HotKeyCtrl | HotKeyAlt);
+}
+
+std::string ConsoleSwitchWarning(const std::vector<std::string>& names) {
+    std::string list;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        list += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    const bool one = names.size() == 1;
+    return list + (one ? " switches" : " switch") +
+           " the desktop to a text console on Linux: the desktop takes " + (one ? "it" : "them") +
+           " before any program sees " + (one ? "it, so this hot key" : "them, so these hot keys") +
+           " will not reach Corvane.";
+}
+
 } // namespace control

@@ -29,4 +29,13 @@ std::string HotKeyKeyName(int virtualKey);
 // The display name of a HotKeyCode; "None" when its key byte is 0.
 std::string HotKeyDisplayName(int hotKeyCode);
 
+// Ctrl+Alt with F1 to F12 (without Shift) switches a Linux desktop to a text
+// console: the desktop takes the combination before any program
+// sees it, so such a hot key is kept but never runs.
+bool IsConsoleSwitchKey(int hotKeyCode);
+// What is said of such combinations, by their display names: "ALT+CTRL+F5
+// switches the desktop to a text console on Linux: ... will not reach
+// Corvane."
+std::string ConsoleSwitchWarning(const std::vector<std::string>& names);
+
 } // namespace control

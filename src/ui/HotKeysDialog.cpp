@@ -89,6 +89,7 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
     keyRow->addStretch(1);
     keyNote_ = new QLabel(editBox);
     keyNote_->setObjectName("KeyNote");
+    keyNote_->setWordWrap(true);
     action_ = new QComboBox(editBox);
     action_->setObjectName("Action");
     for (int action = 0; action < static_cast<int>(control::HotKeyActionCaptions().size());
@@ -244,6 +245,10 @@ void HotKeysDialog::ShowKeyNote() {
                            .arg(other + 1);
                 break;
             }
+    // Kept, but said: the desktop takes these before Corvane could.
+    if (note.isEmpty() && control::IsConsoleSwitchKey(code))
+        note = QString::fromStdString(
+            control::ConsoleSwitchWarning({control::HotKeyDisplayName(code)}));
     keyNote_->setText(note);
     keyNote_->setVisible(!note.isEmpty());
 }

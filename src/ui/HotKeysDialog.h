@@ -11,6 +11,10 @@
 // string. Keys outside the list that a configuration may hold (letters,
 // digits) stay in the key box until another key is chosen.
 //
+// A combination that switches a Linux desktop to a text console (Ctrl+Alt
+// with F1 to F12) is kept, and the note under the key says that it will not
+// reach Corvane.
+//
 // The same combination in two slots is refused on OK: the desktop gives a
 // combination to one program action only, so the second slot could never
 // run, and a user who set it up would be left wondering why. While editing,

@@ -186,6 +186,29 @@ TEST(HotKeyNames, DisplayNamesPutAltCtrlShiftInThatOrderBeforeTheKey) {
         EXPECT_EQ(HotKeyDisplayName(code), name) << std::hex << code;
 }
 
+TEST(HotKeyNames, CtrlAltWithF1ToF12IsTheConsoleSwitchAndIsNamedAsTheDialogWritesIt) {
+    const std::pair<int, bool> cases[] = {
+        {0x0670, true},  // ALT+CTRL+F1
+        {0x0674, true},  // ALT+CTRL+F5
+        {0x067B, true},  // ALT+CTRL+F12
+        {0x067C, false}, // ALT+CTRL+F13
+        {0x0774, false}, // ALT+CTRL+SHIFT+F5: the keyboard map gives plain F5
+        {0x0274, false}, // CTRL+F5
+        {0x0474, false}, // ALT+F5
+        {0x0E74, true},  // with a bit the platform never sees
+        {0x0641, false}, // ALT+CTRL+A
+    };
+    for (const auto& [code, console] : cases)
+        EXPECT_EQ(IsConsoleSwitchKey(code), console) << std::hex << code;
+    EXPECT_EQ(ConsoleSwitchWarning({"ALT+CTRL+F5"}),
+              "ALT+CTRL+F5 switches the desktop to a text console on Linux: the desktop takes it "
+              "before any program sees it, so this hot key will not reach Corvane.");
+    EXPECT_EQ(ConsoleSwitchWarning({"ALT+CTRL+F1", "ALT+CTRL+F2", "ALT+CTRL+F3"}),
+              "ALT+CTRL+F1, ALT+CTRL+F2 and ALT+CTRL+F3 switch the desktop to a text console on "
+              "Linux: the desktop takes them before any program sees them, so these hot keys will "
+              "not reach Corvane.");
+}
+
 TEST(HotKeyNames, ThePickerListsItsKeysInOrderEachUnderItsOwnName) {
     const std::vector<HotKeyKey>& keys = HotKeyKeyList();
     const char* const first[] = {

@@ -157,6 +157,35 @@ TEST_F(HotKeysDialogTest, TheSameCombinationInTwoSlotsIsRefusedWithTheLaterSlotS
     EXPECT_EQ(cfg.HotKeyAction[7], 3);
 }
 
+TEST_F(HotKeysDialogTest, AConsoleSwitchCombinationIsKeptWithANoteThatItWillNotReachCorvane) {
+    ui::HotKeysDialog dialog(cfg, messages);
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    dialog.SelectSlot(4);
+    ChooseKey(dialog, "F5");
+    dialog.Ctrl()->setChecked(true);
+    EXPECT_TRUE(dialog.KeyNote()->isHidden());
+    dialog.Alt()->setChecked(true);
+    EXPECT_FALSE(dialog.KeyNote()->isHidden());
+    EXPECT_TRUE(dialog.KeyNote()->text().startsWith(
+        "ALT+CTRL+F5 switches the desktop to a text console on Linux"))
+        << dialog.KeyNote()->text().toStdString();
+    dialog.Shift()->setChecked(true); // the keyboard map gives plain F5 then
+    EXPECT_TRUE(dialog.KeyNote()->isHidden());
+    dialog.Shift()->setChecked(false);
+    dialog.ActionList()->setCurrentIndex(11);
+    // Another slot shows its own note; coming back shows this one again.
+    dialog.SelectSlot(5);
+    EXPECT_TRUE(dialog.KeyNote()->isHidden());
+    dialog.SelectSlot(4);
+    EXPECT_FALSE(dialog.KeyNote()->isHidden());
+    // A warning, not a refusal.
+    dialog.accept();
+    EXPECT_TRUE(messages.shown.empty());
+    EXPECT_EQ(cfg.HotKeyCode[4], 0x0674);
+    EXPECT_EQ(cfg.HotKeyAction[4], 11);
+}
+
 TEST_F(HotKeysDialogTest, OkAloneKeepsEverySlotAndCancelStoresNothing) {
     cfg.HotKeyCode[1] = 0x0441; // ALT+A: a letter, which the key list does not offer
     cfg.HotKeyAction[1] = 11;
