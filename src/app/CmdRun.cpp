@@ -5,9 +5,9 @@
 // output.
 
 #include "app/Commands.h"
-#include "app/Help.h"
 #include "app/Headless.h"
 #include "app/HeadlessRuntime.h"
+#include "app/Help.h"
 #include "app/WindowedRuntime.h"
 
 #include <QApplication>
@@ -55,7 +55,8 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
 // The runtime window: the program ends when it closes.
 int RunWindowed(int argc, char** argv, const RunOptions& options) {
     QApplication application(argc, argv);
-    WindowedRuntime runtime;
+    config::Config cfg;
+    WindowedRuntime runtime(cfg);
     std::optional<int> finished;
     runtime.onFinished = [&application, &finished](int status) {
         finished = status;
@@ -67,15 +68,17 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
         if (finished)
             QCoreApplication::exit(*finished);
         else
-            runtime.Exit();
+            runtime.RequestStop();
     });
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options.virtualDevice;
     runtimeOptions.portPath = options.portPath;
-    // Closed while a start-up message waited (a signal): it ends with the
-    // status of that close; not started at all: 1.
-    if (!runtime.Activate(options.file, runtimeOptions))
+    // Not started: the program ends once its message has been read.
+    if (!runtime.Activate(options.file, runtimeOptions)) {
+        if (!finished)
+            runtime.WaitForMessages();
         return finished.value_or(1);
+    }
     return application.exec();
 }
 
@@ -105,7 +108,7 @@ int CmdRun(int argc, char** argv, const Args& args) {
         QMetaObject::invokeMethod(
             &application, [status] { QCoreApplication::exit(status); }, Qt::QueuedConnection);
     };
-    SignalWatcher signalWatcher([&](int) { runtime.Exit(); });
+    SignalWatcher signalWatcher([&](int) { runtime.RequestStop(); });
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options->virtualDevice;
     runtimeOptions.portPath = options->portPath;

@@ -68,11 +68,16 @@ int RunSetup(int argc, char** argv, const std::optional<std::string>& file) {
     };
     // A termination signal (a logout, kill) ends the program at once, from
     // any dialog, without the question about unsaved changes: a program told
-    // to end must not wait for an answer nobody may be there to give.
+    // to end must not wait for an answer nobody may be there to give. A
+    // runtime closes in order first, once its tick is over.
+    bool quitting = false;
     SignalWatcher signalWatcher([&](int) {
-        if (runtime)
-            runtime->Exit();
-        QApplication::exit(0);
+        if (runtime && !runtime->runtime().Closing()) {
+            quitting = true;
+            runtime->RequestStop();
+        } else {
+            QApplication::exit(0);
+        }
     });
     window.onRun = [&](ui::RunMode mode) {
         if (runtime || tester)
@@ -98,18 +103,26 @@ int RunSetup(int argc, char** argv, const std::optional<std::string>& file) {
             tester->show();
             return;
         }
-        runtime = std::make_unique<WindowedRuntime>();
+        // The runtime works on the window's own configuration: what it
+        // changes (a reload, a pasted link, a timer set by a command) is
+        // there when the window comes back.
+        runtime = std::make_unique<WindowedRuntime>(cfg);
         runtime->onFinished = [&](int) {
             // Not from inside the runtime's own call: after it has returned.
             QTimer::singleShot(0, &window, [&] {
                 runtime.reset();
-                backToSetup();
+                if (quitting)
+                    QApplication::exit(0);
+                else
+                    backToSetup();
             });
         };
         window.hide();
         RuntimeOptions options;
         options.virtualDevice = mode == ui::RunMode::Virtual;
-        if (!runtime->Activate(cfg, options)) {
+        if (!runtime->Activate(options)) {
+            // Its message stays up over the setup window until read.
+            runtime->LeaveMessagesUp();
             runtime.reset();
             backToSetup();
         }

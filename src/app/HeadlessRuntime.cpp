@@ -17,10 +17,11 @@ constexpr std::size_t MaxReadPerTick = 1 << 16;
 } // namespace
 
 HeadlessRuntime::HeadlessRuntime(config::MessageSink& messages)
-    : messages_(messages), desktop_(
-                               messages, store_, clock_, [this] { return runtime_.Closing(); },
-                               [this] { return runtime_.Caption(); }),
-      runtime_({*this, messages, clock_, store_, clipboard_, engine::ReadProcessLocale(),
+    : messages_(messages),
+      desktop_(
+          messages, store_, clock_, [this] { return runtime_.StopRequested(); },
+          [this] { return runtime_.Caption(); }),
+      runtime_({*this, cfg_, messages, clock_, store_, clipboard_, engine::ReadProcessLocale(),
                 HomeFolder()}) {}
 
 HeadlessRuntime::~HeadlessRuntime() {
@@ -38,6 +39,10 @@ bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& op
     }
     if (!(virtualDevice_ ? runtime_.RunVirtual(file) : runtime_.RunNormal(file)))
         return false;
+    // Without a window, nothing shows the suspension but this.
+    if (runtime_.state().Suspended)
+        messages_.Show({runtime_.SuspendedMessage(), runtime_.Caption(),
+                        config::MessageIcon::Information, config::MessageButtons::Ok});
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
     return true;

@@ -32,10 +32,11 @@ public:
     // starts the timer. False, after the message, when that fails.
     bool Activate(const std::string& file, const RuntimeOptions& options);
 
-    // Closes the runtime in order: output flushed, lines lowered, port closed.
-    // Records that could not be logged are written to standard error, and the
-    // exit status becomes 1.
-    void Exit() { runtime_.Exit(); }
+    // Closes the runtime in order (output flushed, lines lowered, port
+    // closed) once the tick in progress, if any, is over. Records that could
+    // not be logged are written to standard error, and the exit status
+    // becomes 1.
+    void RequestStop() { runtime_.RequestStop(); }
 
     // Called once the runtime has closed, with the program's exit status.
     std::function<void(int)> onFinished;
@@ -63,6 +64,7 @@ private:
     void Closed(int exitStatus) override;
 
     config::MessageSink& messages_;
+    config::Config cfg_;
     config::QtSettingsStore store_;
     engine::PosixClock clock_;
     control::NoClipboard clipboard_;

@@ -6,12 +6,14 @@
 
 namespace app {
 
-WindowedRuntime::WindowedRuntime()
+WindowedRuntime::WindowedRuntime(config::Config& cfg)
     : desktop_(
-          messages_, store_, clock_, [this] { return runtime_.Closing(); },
+          messages_, store_, clock_, [this] { return runtime_.StopRequested(); },
           [this] { return runtime_.Caption(); }),
-      runtime_({*this, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(),
-                HomeFolder()}) {}
+      runtime_({*this, cfg, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(),
+                HomeFolder()}) {
+    messages_.SetWaiting(false);
+}
 
 WindowedRuntime::~WindowedRuntime() = default;
 
@@ -21,9 +23,9 @@ bool WindowedRuntime::Activate(const std::string& file, const RuntimeOptions& op
     });
 }
 
-bool WindowedRuntime::Activate(const config::Config& cfg, const RuntimeOptions& options) {
+bool WindowedRuntime::Activate(const RuntimeOptions& options) {
     return Activate(options, [&] {
-        return options.virtualDevice ? runtime_.RunVirtual(cfg) : runtime_.RunNormal(cfg);
+        return options.virtualDevice ? runtime_.RunVirtual() : runtime_.RunNormal();
     });
 }
 
@@ -34,17 +36,19 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         virtual_ = std::make_unique<ui::VirtualDeviceWindow>();
         virtual_->onInput = [this](const std::string& bytes) { runtime_.VirtualInput(bytes); };
     }
-    runtime_.itemChanged = [this](const std::string& item, const std::string& text) {
-        window_->ItemChanged(item, text);
-    };
-    runtime_.suspendChanged = [this] { window_->SuspendChanged(); };
-    window_->onCloseRequested = [this] { runtime_.Exit(); };
+    window_->onCloseRequested = [this] { runtime_.RequestStop(); };
     if (!run()) {
         window_.reset();
         virtual_.reset();
         return false;
     }
+    // Built from the runtime's state as the start left it; from here on the
+    // window follows every change.
     window_->Build();
+    runtime_.itemChanged = [this](const std::string& item, const std::string& text) {
+        window_->ItemChanged(item, text);
+    };
+    runtime_.suspendChanged = [this] { window_->SuspendChanged(); };
     messages_.SetParent(window_.get());
     window_->ShowAsConfigured();
     if (virtual_) {
@@ -86,6 +90,17 @@ void WindowedRuntime::ShowNormal() {
 void WindowedRuntime::Minimize() {
     if (window_)
         window_->showMinimized();
+}
+
+void WindowedRuntime::Reloaded() {
+    if (window_)
+        window_->Build();
+}
+
+void WindowedRuntime::Closing() {
+    // The notices of the run are over; what comes now is read at leisure.
+    messages_.CloseAll();
+    messages_.SetWaiting(true);
 }
 
 void WindowedRuntime::Closed(int exitStatus) {

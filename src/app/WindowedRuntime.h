@@ -1,8 +1,14 @@
 #pragma once
 // The runtime with its window: the shared runtime ticked by a 50 ms timer,
 // shown in the runtime window (and, on the virtual device, the virtual
-// serial device window beside it), with messages in message boxes and the
-// desktop's clipboard. Closing the window closes the runtime in order.
+// serial device window beside it), with the desktop's clipboard. Closing the
+// window closes the runtime in order.
+//
+// While the runtime runs, its messages (a device lost and back, no session
+// bus, a log that cannot be written, a program that cannot start) are boxes
+// that do not wait: the port is read on the same thread, and a box that
+// waited for a click would stop the reading. Once the runtime closes, what it
+// still says (records that could not be logged) waits for the user.
 
 #include "app/DesktopServices.h"
 #include "config/QtSettingsStore.h"
@@ -22,15 +28,23 @@ namespace app {
 
 class WindowedRuntime : private runtime::RuntimePlatform {
 public:
-    WindowedRuntime();
+    // The runtime works on cfg, the program's configuration record.
+    explicit WindowedRuntime(config::Config& cfg);
     ~WindowedRuntime() override;
 
-    // Activates file and shows the window; false, after the message box,
-    // when the configuration or its port cannot be opened (no window then).
+    // Loads file into the configuration record, activates it and shows the
+    // window; false when the configuration or its port cannot be opened (no
+    // window then, and the message is still up: WaitForMessages).
     bool Activate(const std::string& file, const RuntimeOptions& options);
-    // The setup window's configuration, as it is in memory.
-    bool Activate(const config::Config& cfg, const RuntimeOptions& options);
-    void Exit() { runtime_.Exit(); }
+    // The configuration record as it is (the setup window's).
+    bool Activate(const RuntimeOptions& options);
+    // A signal, the setup window closing: the runtime closes in order, once
+    // the tick in progress (if any) is over.
+    void RequestStop() { runtime_.RequestStop(); }
+    // Runs the event loop until every message box of the runtime is closed.
+    void WaitForMessages() { messages_.WaitUntilAllClosed(); }
+    // Leaves the message boxes up after this runtime is gone.
+    void LeaveMessagesUp() { messages_.ReleaseAll(); }
 
     // Once the runtime has closed and its window is gone.
     std::function<void(int)> onFinished;
@@ -56,6 +70,8 @@ private:
     }
     void ShowNormal() override;
     void Minimize() override;
+    void Reloaded() override;
+    void Closing() override;
     void Closed(int exitStatus) override;
 
     ui::QtMessageSink messages_;

@@ -4,6 +4,7 @@
 // headless, a list in the tests. The core never shows anything itself.
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,19 @@ class MessageSink {
 public:
     virtual ~MessageSink() = default;
     virtual MessageAnswer Show(const Message& message) = 0;
+    // A question whose answer may come later. A sink that may wait for the
+    // user answers at once, as Show does. One that must not hold up its
+    // caller (the window of a running runtime, which goes on reading) shows
+    // the question, answers Deferred, and later calls answered once with the
+    // user's answer, from the event loop, never from inside Ask. A question
+    // taken back with Retract is never answered.
+    virtual MessageAnswer Ask(const Message& message, std::function<void(MessageAnswer)> answered) {
+        (void)answered;
+        return Show(message);
+    }
+    // The message no longer holds (a lost device is back, the log can be
+    // written again): a sink that still shows it takes it down.
+    virtual void Retract(const Message& message) { (void)message; }
     // soundType 0 is the standard beep; other values are platform sound types.
     virtual void Beep(long soundType = 0) = 0;
 };
@@ -40,11 +54,15 @@ public:
 };
 
 // Records every message and beep; answers from a queue (Ok when it is empty).
+// A question answered Deferred keeps its answer callback in later, for the
+// test to answer as a user would.
 class RecordingMessageSink : public MessageSink {
 public:
     std::vector<Message> shown;
+    std::vector<Message> retracted;
     std::vector<long> beeps;
     std::deque<MessageAnswer> answers;
+    std::vector<std::function<void(MessageAnswer)>> later;
 
     MessageAnswer Show(const Message& message) override {
         shown.push_back(message);
@@ -55,6 +73,14 @@ public:
         answers.pop_front();
         return a;
     }
+    MessageAnswer Ask(const Message& message,
+                      std::function<void(MessageAnswer)> answered) override {
+        const MessageAnswer a = Show(message);
+        if (a == MessageAnswer::Deferred)
+            later.push_back(std::move(answered));
+        return a;
+    }
+    void Retract(const Message& message) override { retracted.push_back(message); }
     void Beep(long soundType = 0) override { beeps.push_back(soundType); }
 };
 

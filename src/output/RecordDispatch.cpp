@@ -223,52 +223,94 @@ void RecordDispatch::WriteLogLine(const std::string& text) {
 }
 
 void RecordDispatch::WriteLogLineAfterError(const std::string& text) {
-    if (!pendingLines_.empty()) {
-        // The failure was reported when the first line had to wait; later
-        // lines wait behind it so that the log keeps the records' order.
-        pendingLines_.push_back(text);
-        return;
-    }
+    // Later lines wait behind the first one that failed, so that the log
+    // keeps the records' order; the failure was reported for that one.
+    pendingLines_.push_back(text);
+    if (pendingLines_.size() == 1)
+        AskUntilSettled();
+}
+
+config::MessageAnswer RecordDispatch::AskAboutLog() {
+    messages_.Beep();
+    config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + logError_,
+                            "Corvane - COM" + std::to_string(cfg_.PortNumber + 1) + " ERROR!",
+                            config::MessageIcon::Exclamation, config::MessageButtons::RetryCancel};
+    // The answer may come later, from a box the runtime goes on reading
+    // beside: it is acted on at the next tick.
+    std::weak_ptr<bool> alive = alive_;
+    const config::MessageAnswer answer =
+        messages_.Ask(message, [this, alive](config::MessageAnswer given) {
+            if (alive.lock())
+                answer_ = given;
+        });
+    if (answer == config::MessageAnswer::Deferred)
+        question_ = std::move(message);
+    return answer;
+}
+
+void RecordDispatch::AskUntilSettled() {
     while (true) {
-        messages_.Beep();
-        config::Message message{"File I/O Error Writing To: " + cfg_.LogFileName + "\r" + logError_,
-                                "Corvane - COM" + std::to_string(cfg_.PortNumber + 1) + " ERROR!",
-                                config::MessageIcon::Exclamation,
-                                config::MessageButtons::RetryCancel};
-        switch (messages_.Show(message)) {
+        switch (AskAboutLog()) {
         case config::MessageAnswer::Retry:
-            if (log_.AppendLine(logPath_, text, logError_))
+            if (WritePendingLines())
                 return;
             continue;
         case config::MessageAnswer::Deferred:
-            // Nobody can answer: keep the line and try again once a second.
-            pendingLines_.push_back(text);
+            // Kept, and tried again once a second until the answer comes.
+            deferred_ = true;
             lastRetry_ = clock_.TickCount();
             return;
         default:
-            if (cancelLogAction)
-                cancelLogAction();
-            return; // the line is abandoned
+            CancelLog();
+            return;
         }
     }
 }
 
-void RecordDispatch::WritePendingLines() {
+void RecordDispatch::CancelLog() {
+    pendingLines_.clear();
+    deferred_ = false;
+    if (cancelLogAction)
+        cancelLogAction();
+}
+
+bool RecordDispatch::WritePendingLines() {
     std::size_t written = 0;
-    std::string error;
-    while (!pendingLines_.empty() && log_.AppendLine(logPath_, pendingLines_.front(), error)) {
+    while (!pendingLines_.empty() && log_.AppendLine(logPath_, pendingLines_.front(), logError_)) {
         pendingLines_.pop_front();
         ++written;
     }
-    if (written > 0 && pendingLines_.empty())
+    if (!pendingLines_.empty())
+        return false;
+    // The question no longer holds.
+    if (question_) {
+        messages_.Retract(*question_);
+        question_.reset();
+    }
+    if (deferred_ && written > 0)
         messages_.Show({"The log file can be written again: " + std::to_string(written) +
                             (written == 1 ? " waiting record was" : " waiting records were") +
                             " written to " + cfg_.LogFileName + ".",
                         "Corvane - COM" + std::to_string(cfg_.PortNumber + 1),
                         config::MessageIcon::Information, config::MessageButtons::Ok});
+    deferred_ = false;
+    return true;
 }
 
 void RecordDispatch::RetryPendingLog() {
+    if (answer_) {
+        const config::MessageAnswer answer = *answer_;
+        answer_.reset();
+        question_.reset();
+        // An answer that comes after the lines were written needs nothing.
+        if (pendingLines_.empty())
+            return;
+        if (answer == config::MessageAnswer::Cancel)
+            CancelLog();
+        else if (!WritePendingLines())
+            AskUntilSettled();
+        return;
+    }
     if (pendingLines_.empty())
         return;
     std::int32_t now = clock_.TickCount();
@@ -282,6 +324,12 @@ void RecordDispatch::RetryPendingLog() {
 
 std::deque<std::string> RecordDispatch::TakeUnwrittenLines() {
     WritePendingLines();
+    if (question_) {
+        messages_.Retract(*question_);
+        question_.reset();
+    }
+    answer_.reset();
+    deferred_ = false;
     return std::exchange(pendingLines_, {});
 }
 

@@ -13,6 +13,8 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace output {
@@ -64,11 +66,15 @@ public:
     // are empty.
     void Deliver();
 
-    // True while log lines wait for a file that could not be written (no one
-    // could answer the error message). Input goes on meanwhile; new lines
-    // queue behind the waiting ones, so the log keeps the records' order.
+    // True while log lines wait for a file that could not be written: the
+    // user has not answered the error message yet, or nobody can (headless).
+    // Input goes on meanwhile; new lines queue behind the waiting ones, so
+    // the log keeps the records' order.
     bool LogPending() const { return !pendingLines_.empty(); }
-    // Tries the waiting lines again, at most once a second.
+    // Once a tick: acts on the user's answer to the error message when it
+    // has come (Retry writes the waiting lines now, or asks again; Cancel
+    // drops them, resets and suspends input), and otherwise tries the
+    // waiting lines again, at most once a second.
     void RetryPendingLog();
     // Tries the waiting lines at once (when the runtime closes) and gives
     // back those that still could not be written, without their line ends.
@@ -96,12 +102,19 @@ private:
     const std::string& Show(int i);
     const std::string& ShowAndEmpty(int i);
     // Writes the record text as a line, asking about errors; a line nobody
-    // could decide on waits in pendingLines_.
+    // has decided on waits in pendingLines_.
     void WriteLogLine(const std::string& text);
     // The same once a write failed (with logError_) or lines wait.
     void WriteLogLineAfterError(const std::string& text);
-    // Writes waiting lines from the oldest on until one fails.
-    void WritePendingLines();
+    // The first waiting line could not be written: asks the user until the
+    // answer settles it (written on Retry, dropped on Cancel) or comes later.
+    void AskUntilSettled();
+    config::MessageAnswer AskAboutLog();
+    // Cancel: the waiting lines are abandoned, input reset and suspended.
+    void CancelLog();
+    // Writes waiting lines from the oldest on until one fails; true when
+    // none is left.
+    bool WritePendingLines();
 
     config::Config& cfg_;
     engine::RuntimeState& state_;
@@ -112,6 +125,10 @@ private:
     std::string home_;
     std::deque<std::string> pendingLines_;
     std::int32_t lastRetry_ = 0;
+    bool deferred_ = false;                       // the lines wait for an answer or a retry
+    std::optional<config::Message> question_;     // shown, not answered yet
+    std::optional<config::MessageAnswer> answer_; // given, not acted on yet
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); // for late answers
     std::string logPath_;    // LogFileName mapped to this system, at activation
     std::string recordText_; // reused record after record
     std::string logError_;   // the system's words for the last failed write

@@ -2,8 +2,12 @@
 
 #include "config/ConfigFile.h"
 #include "control/DdeNames.h"
+#include "control/HotKeyNames.h"
+#include "engine/OutputQueue.h"
+#include "serial/PortSettings.h"
 #include "serial/ReconnectingPort.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace runtime {
@@ -41,7 +45,8 @@ bool LoadActivationFile(config::Config& cfg, const std::string& file,
 
 Runtime::Runtime(const RuntimeParts& parts)
     : platform_(parts.platform), messages_(parts.messages), clock_(parts.clock),
-      store_(parts.store), clipboard_(parts.clipboard), locale_(parts.locale), home_(parts.home) {}
+      store_(parts.store), clipboard_(parts.clipboard), locale_(parts.locale), home_(parts.home),
+      cfg_(parts.cfg) {}
 
 Runtime::~Runtime() = default;
 
@@ -53,13 +58,11 @@ bool Runtime::RunVirtual(const std::string& file) {
     return Run(file, true);
 }
 
-bool Runtime::RunNormal(const config::Config& cfg) {
-    cfg_ = cfg;
+bool Runtime::RunNormal() {
     return Start(false);
 }
 
-bool Runtime::RunVirtual(const config::Config& cfg) {
-    cfg_ = cfg;
+bool Runtime::RunVirtual() {
     return Start(true);
 }
 
@@ -113,9 +116,6 @@ bool Runtime::Start(bool virtualDevice) {
         StartDde();
     if (!exiting_)
         StartHotKeys();
-    if (!exiting_ && state_.Suspended)
-        messages_.Show({SuspendedMessage(), Caption(), config::MessageIcon::Information,
-                        config::MessageButtons::Ok});
     return !exiting_;
 }
 
@@ -127,11 +127,22 @@ void Runtime::VirtualInput(std::string_view bytes) {
 void Runtime::Tick() {
     if (exiting_ || !acquisition_)
         return;
+    // A tick started from an event pumped inside another one does nothing
+    // (the loop skips it); a stop asked for meanwhile waits for the outer
+    // tick to end.
+    if (stopRequested_ && !state_.InTick) {
+        Exit();
+        return;
+    }
     if (pendingReload_ && !state_.InTick)
         Reload();
     acquisition_->Timer1_Timer();
     if (exiting_)
         return;
+    if (stopRequested_ && !state_.InTick) {
+        Exit();
+        return;
+    }
     if (virtualPort_ && inputEnded_ && state_.ExitCountdown == 0 && InputFinished())
         state_.ExitCountdown = -1;
 }
@@ -176,13 +187,28 @@ void Runtime::ReportUnwrittenRecords() {
     exitStatus_ = 1;
 }
 
+void Runtime::RequestStop() {
+    if (exiting_)
+        return;
+    if (state_.InTick)
+        stopRequested_ = true;
+    else
+        Exit();
+}
+
+bool Runtime::StopRequested() const {
+    return exiting_ || stopRequested_ || state_.ExitCountdown != 0;
+}
+
 void Runtime::Exit() {
     if (exiting_)
         return;
     exiting_ = true;
+    platform_.Closing();
     StopDde();
     StopHotKeys();
     if (port_) {
+        engine::TopUpPendingOutput(state_);
         port_->FlushPendingOutput(state_.PendingOutput);
         if (dispatch_)
             ReportUnwrittenRecords();
@@ -256,6 +282,25 @@ void Runtime::StartHotKeys() {
         hotKeys_ = std::make_unique<control::HotKeys>(cfg_, *control_, *hotKeyPlatform_);
     }
     hotKeys_->Register();
+    WarnAboutConsoleKeys();
+}
+
+void Runtime::WarnAboutConsoleKeys() {
+    std::vector<std::string> names;
+    for (const control::HotKey& hotKey : control::HotKeyTable(cfg_)) {
+        const int code = cfg_.HotKeyCode[static_cast<std::size_t>(hotKey.slot)];
+        const std::string name = control::HotKeyDisplayName(code);
+        if (control::IsConsoleSwitchKey(code) &&
+            std::find(consoleKeysNamed_.begin(), consoleKeysNamed_.end(), name) ==
+                consoleKeysNamed_.end()) {
+            names.push_back(name);
+            consoleKeysNamed_.push_back(name);
+        }
+    }
+    if (!names.empty())
+        messages_.Show({control::ConsoleSwitchWarning(names) +
+                            " Choose another combination in Settings > Hot Keys.",
+                        Caption(), config::MessageIcon::Exclamation, config::MessageButtons::Ok});
 }
 
 void Runtime::StopHotKeys() {
@@ -295,37 +340,43 @@ void Runtime::ReloadConfiguration(const std::string& file) {
 void Runtime::Reload() {
     const std::string file = std::move(*pendingReload_);
     pendingReload_.reset();
+    const serial::LineSettings line = serial::MapSettings(cfg_);
 
     // Stop: the DDE conversations and links end, the hot keys are given
-    // back, the record in progress is dropped. The server keeps serving
-    // unless the new file names another topic.
+    // back. The server keeps serving unless the new file names another
+    // topic.
     dde_->Stop();
     StopHotKeys();
-    acquisition_->Reset();
-    config::LoadConfigFile(cfg_, file, messages_);
-    cfg_.ConfigFileName = file;
+    if (config::LoadConfigFile(cfg_, file, messages_) != config::LoadStatus::NotOpened)
+        cfg_.ConfigFileName = file;
 
-    // Start again. Framing starts afresh; output still queued goes to the
-    // reopened port, a pending exit still happens, and what the items show
-    // stays until the next record sets it.
+    // Start again. The record in progress is dropped and framing starts
+    // afresh; bytes that came meanwhile stay in the port (or were read
+    // ahead and not framed yet) and are framed under the new configuration.
+    // Output still queued goes out, a pending exit still happens, and what
+    // the items show stays until the next record sets it.
     engine::RuntimeState fresh;
     fresh.RunMode = state_.RunMode;
     fresh.PendingOutput = std::move(state_.PendingOutput);
+    fresh.OutputFiles = std::move(state_.OutputFiles);
     fresh.ExitCountdown = state_.ExitCountdown;
     fresh.FieldText = state_.FieldText;
     fresh.RecordNumber = state_.RecordNumber;
     fresh.DateTimeText = state_.DateTimeText;
     fresh.SpecialBeep = state_.SpecialBeep;
     state_ = std::move(fresh);
-    // "{CONFIG(" is refused on the virtual device, so this is a real port;
-    // it opens again with the new line settings.
-    if (auto* port = dynamic_cast<serial::ReconnectingPort*>(port_.get()))
-        port->Reopen();
+    // "{CONFIG(" is refused on the virtual device, so this is a real port.
+    // It stays open unless the new file changes its line settings; then it
+    // opens again with them, and what was on its way may be lost.
+    if (serial::MapSettings(cfg_) != line)
+        if (auto* port = dynamic_cast<serial::ReconnectingPort*>(port_.get()))
+            port->Reopen();
     acquisition_->Activate();
     if (cfg_.TransferMode == config::SendKeystrokes && !keystrokes_)
         dispatch_->keystrokes = keystrokes_ = platform_.Keystrokes(cfg_);
     StartDde();
     StartHotKeys();
+    platform_.Reloaded();
 }
 
 } // namespace runtime

@@ -6,6 +6,11 @@
 // port backend, the keystroke sender, the bus, the X display, the window) it
 // asks of a RuntimePlatform, so `corvane run --headless` and the runtime
 // window run configurations in exactly one way.
+//
+// The runtime works on the program's one configuration record, not on a
+// copy: what it changes while it runs (a reloaded file and its name, a
+// pasted link, the timed output set by a command, the target caption learned
+// at a launch) is what the setup window shows, and saves, afterwards.
 
 #include "config/Config.h"
 #include "config/MessageSink.h"
@@ -32,6 +37,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace runtime {
 
@@ -57,6 +63,13 @@ public:
     // The runtime window's commands ("{APPNORMAL}", "{APPMINIMIZE}").
     virtual void ShowNormal() = 0;
     virtual void Minimize() = 0;
+    // A reload has put another configuration in force: what shows it is to
+    // be built again.
+    virtual void Reloaded() {}
+    // The runtime begins to close: nothing is read from here on, so what it
+    // still has to say (records that could not be logged) may wait for the
+    // user.
+    virtual void Closing() {}
     // The runtime has closed: no more ticks; the program may end with
     // exitStatus.
     virtual void Closed(int exitStatus) = 0;
@@ -64,6 +77,7 @@ public:
 
 struct RuntimeParts {
     RuntimePlatform& platform;
+    config::Config& cfg; // the program's configuration record
     config::MessageSink& messages;
     engine::Clock& clock;
     config::SettingsStore& store;
@@ -79,18 +93,19 @@ public:
     Runtime(const Runtime&) = delete;
     Runtime& operator=(const Runtime&) = delete;
 
-    // Activation: loads file (false, after the message, when it cannot be
-    // read), opens the port, or the virtual device with virtualDevice, and
-    // starts everything in order: the loop, the keystroke delivery, the DDE
-    // server and links, the hot keys. The caller then ticks it every 50 ms.
-    // Also false when the runtime was closed while a message of the start
-    // waited for the user; it has then told the platform.
+    // Activation of the configuration record as it is (the setup window's,
+    // changes not saved yet included): opens the port, or the virtual
+    // device, and starts everything in order: the loop, the keystroke
+    // delivery, the DDE server and links, the hot keys. The caller then
+    // ticks it every 50 ms. False, after the message, when the port cannot
+    // be opened; also false when the runtime was closed while a message of
+    // the start waited for the user; it has then told the platform.
+    bool RunNormal();
+    bool RunVirtual();
+    // The same after loading file into the record (false, after the
+    // message, when it cannot be read).
     bool RunNormal(const std::string& file);
     bool RunVirtual(const std::string& file);
-    // The same with a configuration in memory, as the setup window holds it
-    // (changes not saved yet included).
-    bool RunNormal(const config::Config& cfg);
-    bool RunVirtual(const config::Config& cfg);
 
     // The 50 ms tick: a reload asked for by "{CONFIG(" first, then the loop.
     // At the end of the virtual device's input the pending records are
@@ -110,9 +125,19 @@ public:
     // records that could not be logged reported (the exit status becomes 1),
     // the port closed; then the platform is told. Once only.
     void Exit();
+    // A stop asked for from outside (a signal, the window's close box): at
+    // once between ticks; from inside a tick (an event pumped while a record
+    // is typed or a program starts) once that tick is over, which the
+    // tick's waits see in StopRequested and end early for.
+    void RequestStop();
     bool Closing() const { return exiting_; }
+    // The runtime is closing or will close soon: asked to stop, or told to
+    // exit by "{APPEXIT}" (also at the end of the virtual device's input,
+    // once its records are handled). Waits inside a tick end at this.
+    bool StopRequested() const;
 
-    // What a runtime that starts suspended says: how input is resumed.
+    // What a headless runtime that starts suspended says: how input is
+    // resumed.
     std::string SuspendedMessage() const;
     std::string Caption() const;
 
@@ -130,6 +155,9 @@ public:
 private:
     bool Run(const std::string& file, bool virtualDevice);
     bool Start(bool virtualDevice);
+    // Names the console-switch combinations among the registered hot keys
+    // that were not named before.
+    void WarnAboutConsoleKeys();
     void StartDde();
     void StopDde();
     void StartHotKeys();
@@ -153,7 +181,7 @@ private:
     engine::Locale locale_;
     std::string home_;
 
-    config::Config cfg_;
+    config::Config& cfg_;
     engine::RuntimeState state_;
     output::FileLogWriter logWriter_;
     std::unique_ptr<output::RecordDispatch> dispatch_;
@@ -169,8 +197,10 @@ private:
     std::unique_ptr<control::HotKeyPlatform> hotKeyPlatform_;
     std::unique_ptr<control::HotKeys> hotKeys_;
     bool noHotKeyDisplay_ = false; // said once, not again at a reload
+    std::vector<std::string> consoleKeysNamed_;
     std::optional<std::string> pendingReload_;
     bool inputEnded_ = false;
+    bool stopRequested_ = false;
     std::optional<std::int32_t> logWaitSince_;
     bool exiting_ = false;
     int exitStatus_ = 0;

@@ -27,6 +27,8 @@ Port* ReconnectingPort::Current() {
         port_ = reopen_();
         if (!port_)
             return nullptr;
+        // The loss no longer holds: a box that still says so goes.
+        messages_.Retract(LossMessage());
         messages_.Show({"Device " + portName_ + " is back.", "Device Error",
                         config::MessageIcon::Information, config::MessageButtons::Ok});
     }
@@ -90,10 +92,13 @@ void ReconnectingPort::Reopen() {
         ReportLoss();
 }
 
+config::Message ReconnectingPort::LossMessage() const {
+    return {"Device " + portName_ + " was disconnected; Corvane will go on when it is back.",
+            "Device Error", config::MessageIcon::Exclamation, config::MessageButtons::Ok};
+}
+
 void ReconnectingPort::ReportLoss() {
-    messages_.Show(
-        {"Device " + portName_ + " was disconnected; Corvane will go on when it is back.",
-         "Device Error", config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+    messages_.Show(LossMessage());
 }
 
 } // namespace serial

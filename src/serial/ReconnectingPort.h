@@ -39,6 +39,7 @@ public:
 private:
     // Returns the open port, trying to reopen a lost one when it is time.
     Port* Current();
+    config::Message LossMessage() const;
     void ReportLoss();
 
     std::unique_ptr<Port> port_;

@@ -1,13 +1,24 @@
 #pragma once
 // Messages of the windowed program: a QMessageBox with the message's title,
-// text, icon and buttons, modal to the window in front; the beep is the
-// desktop's. Also the one conversion of device text to and from Qt: byte n
-// is code point n.
+// text, icon and buttons; the beep is the desktop's. Also the one conversion
+// of device text to and from Qt: byte n is code point n.
+//
+// Two ways to show: waiting, a modal box whose answer Show returns (the setup
+// window, its dialogs, a runtime that is closing), and not waiting, for a
+// running runtime, whose port is read between the events of the same thread:
+// there every box is shown without a local event loop, Show returns at once,
+// and a question (Retry or Cancel) answers Deferred and its box hands the
+// user's answer over when it is clicked. A box that says what an open one
+// already says is not shown twice.
 
 #include "config/MessageSink.h"
 
-#include <string>
+#include <QPointer>
 
+#include <string>
+#include <vector>
+
+class QMessageBox;
 class QString;
 class QWidget;
 
@@ -16,13 +27,42 @@ namespace ui {
 class QtMessageSink : public config::MessageSink {
 public:
     explicit QtMessageSink(QWidget* parent = nullptr) : parent_(parent) {}
+    ~QtMessageSink() override;
+    QtMessageSink(const QtMessageSink&) = delete;
+    QtMessageSink& operator=(const QtMessageSink&) = delete;
+
     void SetParent(QWidget* parent) { parent_ = parent; }
+    // Whether each message waits for the user (the default) or not.
+    void SetWaiting(bool waiting) { waiting_ = waiting; }
 
     config::MessageAnswer Show(const config::Message& message) override;
+    config::MessageAnswer Ask(const config::Message& message,
+                              std::function<void(config::MessageAnswer)> answered) override;
+    void Retract(const config::Message& message) override;
     void Beep(long soundType = 0) override;
 
+    // The boxes shown without waiting that are still open.
+    std::size_t OpenBoxes();
+    // Takes every such box down; none of them answers.
+    void CloseAll();
+    // Lets every such box stay up on its own, unanswered, after this sink
+    // is gone (each goes when the user closes it).
+    void ReleaseAll();
+    // Runs the event loop until the user has closed every such box (when a
+    // runtime could not start, its messages are what is left to read).
+    void WaitUntilAllClosed();
+
 private:
+    config::MessageAnswer ShowWithoutWaiting(const config::Message& message,
+                                             std::function<void(config::MessageAnswer)> answered);
+
+    struct OpenBox {
+        QPointer<QMessageBox> box;
+        config::Message message;
+    };
     QWidget* parent_;
+    bool waiting_ = true;
+    std::vector<OpenBox> open_;
 };
 
 QString Latin1Text(const std::string& bytes);

@@ -18,6 +18,7 @@
 #include <QStyle>
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
 #include <cstdlib>
@@ -49,8 +50,13 @@ RuntimeWindow::~RuntimeWindow() = default;
 void RuntimeWindow::Build() {
     const config::Config& cfg = runtime_.cfg();
     const engine::RuntimeState& state = runtime_.state();
+    const bool again = built_;
+    built_ = true;
     setWindowTitle(Latin1Text(runtime_.Caption()));
 
+    // Built again after a reload: the new boxes, buttons and menus replace
+    // the old ones (setCentralWidget and setMenuBar delete those).
+    dtr_ = break_ = nullptr;
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
     auto* form = new QFormLayout;
@@ -58,7 +64,8 @@ void RuntimeWindow::Build() {
     const int n = std::clamp(static_cast<int>(cfg.NumFields), 1, config::MaxFields);
     fields_.assign(static_cast<std::size_t>(n) + 1, nullptr);
     for (int i = 1; i <= n; ++i) {
-        auto* box = new QLineEdit(Latin1Text(state.FieldText[static_cast<std::size_t>(i)]), central);
+        auto* box =
+            new QLineEdit(Latin1Text(state.FieldText[static_cast<std::size_t>(i)]), central);
         box->setReadOnly(true);
         box->setObjectName(QString("Field%1").arg(i));
         box->setMinimumWidth(260);
@@ -126,7 +133,7 @@ void RuntimeWindow::Build() {
     BuildMenus();
     SuspendChanged();
 
-    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+    if (!tray_ && QSystemTrayIcon::isSystemTrayAvailable()) {
         tray_ = new QSystemTrayIcon(style()->standardIcon(QStyle::SP_ComputerIcon), this);
         connect(tray_, &QSystemTrayIcon::activated, this, [this] {
             showNormal();
@@ -136,8 +143,16 @@ void RuntimeWindow::Build() {
         tray_->show();
     }
     setWindowIcon(style()->standardIcon(QStyle::SP_ComputerIcon));
-    if (cfg.AlwaysOnTop)
-        setWindowFlag(Qt::WindowStaysOnTopHint, true);
+    const bool onTop = cfg.AlwaysOnTop != 0;
+    if (onTop != windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
+        // A shown window hides when its flags change: it is shown again.
+        const bool shown = isVisible();
+        setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+        if (shown)
+            show();
+    }
+    if (again)
+        return;
 
     // Where this port's window was last time; the first time the window
     // manager places it.
@@ -156,13 +171,32 @@ void RuntimeWindow::Build() {
 }
 
 void RuntimeWindow::ShowAsConfigured() {
-    if (runtime_.cfg().MinimizeOnActivation)
-        showMinimized();
-    else
+    if (!runtime_.cfg().MinimizeOnActivation) {
         show();
+        return;
+    }
+    // A window asked to start minimised comes up normal under some window
+    // managers (openbox, for one), and loses "always on top" on the way: it
+    // is shown, without taking the focus, and minimised as soon as it is on
+    // the screen.
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    minimizeWhenExposed_ = true;
+    show();
+    windowHandle()->installEventFilter(this);
+}
+
+bool RuntimeWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (minimizeWhenExposed_ && watched == windowHandle() && event->type() == QEvent::Expose &&
+        windowHandle()->isExposed()) {
+        minimizeWhenExposed_ = false;
+        QMetaObject::invokeMethod(
+            this, [this] { showMinimized(); }, Qt::QueuedConnection);
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void RuntimeWindow::BuildMenus() {
+    setMenuBar(new QMenuBar(this));
     QMenu* corvane = menuBar()->addMenu("&Corvane");
     suspend_ = corvane->addAction("&Suspend Corvane", this, [this] { runtime_.ToggleSuspend(); });
     resumeOne_ = corvane->addAction("Resume For &One Record", this,
@@ -234,7 +268,10 @@ void RuntimeWindow::RefreshEditMenu() {
 }
 
 void RuntimeWindow::ItemChanged(const std::string& item, const std::string& text) {
-    if (int field = FieldOfItem(item); field > 0 && static_cast<std::size_t>(field) < fields_.size())
+    if (!built_)
+        return;
+    if (int field = FieldOfItem(item);
+        field > 0 && static_cast<std::size_t>(field) < fields_.size())
         fields_[static_cast<std::size_t>(field)]->setText(Latin1Text(text));
     else if (item == "RecordNumber" && !recordNumber_->hasFocus())
         recordNumber_->setText(Latin1Text(text));
@@ -243,6 +280,8 @@ void RuntimeWindow::ItemChanged(const std::string& item, const std::string& text
 }
 
 void RuntimeWindow::SuspendChanged() {
+    if (!built_)
+        return; // Build shows the suspension as it is
     const bool suspended = runtime_.state().Suspended;
     const QString caption = Latin1Text(runtime_.Caption());
     setWindowTitle(caption);
@@ -296,7 +335,8 @@ void RuntimeWindow::RuntimeClosed() {
     // This may run inside the close event that asked for it, where Qt
     // ignores a second close: hidden now, closed once the event is over.
     hide();
-    QMetaObject::invokeMethod(this, [this] { close(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { close(); }, Qt::QueuedConnection);
 }
 
 } // namespace ui

@@ -35,12 +35,14 @@ public:
 
     // After activation: lays out the configuration's boxes, buttons and
     // menus, puts the window where it was last time for this port, and
-    // applies AlwaysOnTop and MinimizeOnActivation.
+    // applies AlwaysOnTop. After a reload: the boxes, buttons, menus and
+    // caption again, for the configuration now in force.
     void Build();
-    // Shows the window as the configuration asks (minimised or normal).
+    // Shows the window as the configuration asks (minimised or normal;
+    // AlwaysOnTop in both).
     void ShowAsConfigured();
 
-    // The runtime's display hooks.
+    // The runtime's display hooks; nothing before Build.
     void ItemChanged(const std::string& item, const std::string& text);
     void SuspendChanged();
 
@@ -70,6 +72,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void BuildMenus();
@@ -92,6 +95,8 @@ private:
     QAction* exit_ = nullptr;
     QMenu* edit_ = nullptr;
     QSystemTrayIcon* tray_ = nullptr;
+    bool built_ = false;
+    bool minimizeWhenExposed_ = false;
     bool closed_ = false;
 };
 

@@ -375,6 +375,48 @@ TEST(AcquisitionLoop, HeadlessLogErrorKeepsEveryRecordInOrderAndReportsOnce) {
     EXPECT_FALSE(r.dispatch->LogPending());
 }
 
+TEST(AcquisitionLoop, ALogQuestionAnsweredLaterLeavesInputGoingOnMeanwhile) {
+    Rig r;
+    r.log.failure = "No space left on device";
+    r.messages.answers = {config::MessageAnswer::Deferred, config::MessageAnswer::Deferred};
+    r.Start();
+    r.Tick("1\r2\r");
+    r.Tick("3\r");
+    ASSERT_EQ(r.messages.later.size(), 1u); // one question, still open
+    EXPECT_EQ(r.state.RecordNumber, "3");
+    EXPECT_FALSE(r.state.Suspended);
+
+    // Retry while the disk is still full: the question comes again.
+    r.messages.later[0](config::MessageAnswer::Retry);
+    r.Tick();
+    ASSERT_EQ(r.messages.later.size(), 2u);
+    EXPECT_EQ(r.messages.shown.size(), 2u);
+    EXPECT_EQ(r.messages.beeps.size(), 2u);
+    // Room again: the lines go out on their own, and the open question is
+    // taken down; an answer that comes after that changes nothing.
+    r.log.failure.clear();
+    r.clock.Advance(1000);
+    r.Tick("4\r");
+    EXPECT_EQ(r.log.lines, (std::vector<std::string>{"1\r", "2\r", "3\r", "4\r"}));
+    ASSERT_EQ(r.messages.retracted.size(), 1u);
+    EXPECT_EQ(r.messages.retracted[0], r.messages.shown[1]);
+    r.messages.later[1](config::MessageAnswer::Cancel);
+    r.Tick();
+    EXPECT_FALSE(r.state.Suspended);
+
+    // Cancel: what waits is dropped, the input reset and suspended.
+    r.log.failure = "Input/output error";
+    r.messages.answers = {config::MessageAnswer::Deferred};
+    r.Tick("5\r6\r");
+    ASSERT_EQ(r.messages.later.size(), 3u);
+    r.messages.later[2](config::MessageAnswer::Cancel);
+    r.Tick("7");
+    EXPECT_TRUE(r.state.Suspended);
+    EXPECT_FALSE(r.dispatch->LogPending());
+    EXPECT_EQ(r.port.calls, std::vector<std::string>{"purge"});
+    EXPECT_EQ(r.log.lines.size(), 4u);
+}
+
 TEST(AcquisitionLoop, AnIntervalOfZeroSendsNothingEvenWithTheTimerEnabled) {
     Rig r;
     r.cfg.TimerEnabled = 1 + 2;
@@ -417,7 +459,9 @@ TEST(AcquisitionLoop, FramingWholeTicksMatchesFramingOneByteAtATime) {
         Rig whole, single;
         for (Rig* r : {&whole, &single}) {
             std::mt19937 same(static_cast<unsigned>(round));
-            auto choose = [&](int n) { return static_cast<int>(same() % static_cast<unsigned>(n)); };
+            auto choose = [&](int n) {
+                return static_cast<int>(same() % static_cast<unsigned>(n));
+            };
             config::Config& c = r->cfg;
             c.TransferMode = static_cast<config::Integer>(choose(3));
             c.EndOfRecordEvent = static_cast<config::Integer>(choose(4));
@@ -432,11 +476,14 @@ TEST(AcquisitionLoop, FramingWholeTicksMatchesFramingOneByteAtATime) {
             c.RecordLength = 0;
             for (int f = 1; f <= 4; ++f) {
                 c.FieldFilter[static_cast<std::size_t>(f)] = std::string(1, "CCCNIBHO"[choose(8)]);
-                c.FieldLength[static_cast<std::size_t>(f)] = static_cast<config::Integer>(1 + choose(4));
-                c.RecordLength = static_cast<config::Integer>(c.RecordLength + c.FieldLength[static_cast<std::size_t>(f)]);
+                c.FieldLength[static_cast<std::size_t>(f)] =
+                    static_cast<config::Integer>(1 + choose(4));
+                c.RecordLength = static_cast<config::Integer>(
+                    c.RecordLength + c.FieldLength[static_cast<std::size_t>(f)]);
             }
             for (int k = choose(4); k > 0; --k) {
-                const auto b = static_cast<std::size_t>(static_cast<unsigned char>(alphabet[static_cast<std::size_t>(choose(static_cast<int>(alphabet.size())))]));
+                const auto b = static_cast<std::size_t>(static_cast<unsigned char>(
+                    alphabet[static_cast<std::size_t>(choose(static_cast<int>(alphabet.size())))]));
                 const int what = choose(3);
                 c.PreInputTranslation[b] = what == 0 ? "Ignore" : what == 1 ? "Void Record" : "Z";
             }
@@ -446,7 +493,8 @@ TEST(AcquisitionLoop, FramingWholeTicksMatchesFramingOneByteAtATime) {
         for (int i = 0; i < 300; ++i)
             input += alphabet[static_cast<std::size_t>(pick(static_cast<int>(alphabet.size())))];
         for (std::size_t at = 0; at < input.size();) {
-            const std::size_t n = std::min<std::size_t>(input.size() - at, 1 + static_cast<std::size_t>(pick(40)));
+            const std::size_t n =
+                std::min<std::size_t>(input.size() - at, 1 + static_cast<std::size_t>(pick(40)));
             const std::string chunk = input.substr(at, n);
             at += n;
             whole.Tick(chunk);

@@ -27,8 +27,9 @@ struct RuntimeRig {
     engine::ManualClock clock;
     config::MemorySettingsStore store;
     control::RecordingClipboard clipboard;
-    Runtime runtime{{platform, messages, clock, store, clipboard, engine::Locale{},
-                     dir.path.string()}};
+    config::Config record; // the program's configuration record
+    Runtime runtime{
+        {platform, record, messages, clock, store, clipboard, engine::Locale{}, dir.path.string()}};
 
     // A logging configuration with one hot key (F13 sends "T"), saved as name.
     std::string Save(const std::string& name, void (*change)(config::Config&) = nullptr) {
@@ -77,8 +78,8 @@ TEST(Runtime, AVirtualRunDeliversItsInputThenClosesInOrderOnce) {
     const std::string log = testsupport::ReadFileBytes(r.dir.path / "records.log");
     EXPECT_NE(log.find("12.5"), std::string::npos) << log;
     EXPECT_NE(log.find("7"), std::string::npos) << log;
-    EXPECT_TRUE(std::find(r.platform.changes.begin(), r.platform.changes.end(),
-                          "RecordNumber=2") != r.platform.changes.end());
+    EXPECT_TRUE(std::find(r.platform.changes.begin(), r.platform.changes.end(), "RecordNumber=2") !=
+                r.platform.changes.end());
     // Bus and hot keys are given back before the platform hears of the close.
     EXPECT_LT(r.Index("bus stop"), r.Index("closed 0"));
     EXPECT_EQ(r.platform.hotKeys->calls.back(), "unregister 0");
@@ -94,15 +95,51 @@ TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {
     r.platform.display = false;
     ASSERT_TRUE(r.runtime.RunVirtual(
         r.Save("quiet.QX3", [](config::Config& c) { c.ActivateSuspended = config::True; })));
-    ASSERT_EQ(r.messages.shown.size(), 3u);
+    ASSERT_EQ(r.messages.shown.size(), 2u);
     EXPECT_NE(r.messages.shown[0].text.find("No D-Bus session bus"), std::string::npos);
     EXPECT_NE(r.messages.shown[1].text.find("Hot keys need an X display"), std::string::npos);
-    // Nothing could resume it, and the message says so instead of naming ways.
-    EXPECT_NE(r.messages.shown[2].text.find("no D-Bus server and no resume hot key"),
+    // Nothing could resume it: what a headless run says of it names no way.
+    EXPECT_NE(r.runtime.SuspendedMessage().find("no D-Bus server and no resume hot key"),
               std::string::npos);
     EXPECT_TRUE(r.runtime.state().Suspended);
+    EXPECT_EQ(r.runtime.Caption(), "Corvane - COM1 (S) (Virtual Device)");
     r.runtime.ToggleSuspend();
     EXPECT_FALSE(r.runtime.state().Suspended);
+}
+
+TEST(Runtime, ConsoleSwitchHotKeysAreNamedOnceAtStartAndNotAgainAtAReload) {
+    RuntimeRig r;
+    auto consoleKeys = [](config::Config& c) {
+        c.HotKeyCode[3] = 0x0678; // ALT+CTRL+F9
+        c.HotKeyAction[3] = 11;
+        c.HotKeyCode[4] = 0x0674; // ALT+CTRL+F5
+        c.HotKeyAction[4] = 12;
+        c.HotKeyCode[5] = 0x0774; // ALT+CTRL+SHIFT+F5: no console switch
+        c.HotKeyAction[5] = 12;
+    };
+    const std::string file = r.Save("console.QX3", consoleKeys);
+    ASSERT_TRUE(r.runtime.RunNormal(file));
+    ASSERT_EQ(r.messages.shown.size(), 1u);
+    EXPECT_EQ(r.messages.shown[0].text,
+              "ALT+CTRL+F9 and ALT+CTRL+F5 switch the desktop to a text console on Linux: the "
+              "desktop takes them before any program sees them, so these hot keys will not reach "
+              "Corvane. Choose another combination in Settings > Hot Keys.");
+    EXPECT_EQ(r.messages.shown[0].title, "Corvane - COM1");
+    // Still registered: the desktop decides, not Corvane.
+    EXPECT_EQ(r.platform.hotKeys->calls.size(), 4u);
+
+    EXPECT_TRUE(r.runtime.dde()->Execute("{CONFIG(" + file + ")}"));
+    r.clock.Advance(50);
+    r.runtime.Tick();
+    EXPECT_EQ(r.messages.shown.size(), 1u);
+
+    // Without a display there are no hot keys to warn about.
+    RuntimeRig headless;
+    headless.platform.display = false;
+    ASSERT_TRUE(headless.runtime.RunNormal(headless.Save("console.QX3", consoleKeys)));
+    ASSERT_EQ(headless.messages.shown.size(), 1u);
+    EXPECT_NE(headless.messages.shown[0].text.find("Hot keys need an X display"),
+              std::string::npos);
 }
 
 TEST(Runtime, APortThatCannotOpenStartsNothing) {
@@ -118,25 +155,52 @@ TEST(Runtime, APortThatCannotOpenStartsNothing) {
 TEST(Runtime, AReloadRunsAtTheNextTickWithTheNewFilesHotKeysAndTopic) {
     RuntimeRig r;
     ASSERT_TRUE(r.runtime.RunNormal(r.Save("first.QX3")));
+    serial::FakePort* const port = r.platform.port;
+    // The same line settings, two comma-delimited fields logged as "a|b".
     const std::string second = r.Save("second.QX3", [](config::Config& c) {
         c.DdeTopicName = "Scale";
-        c.HotKeyCode[0] = 0; // F13 no more
+        c.HotKeyCode[0] = 0;              // F13 no more
         c.HotKeyCode[1] = 0x74 + 2 * 256; // CTRL+F5
-        c.HotKeyAction[1] = 11;          // suspends input
+        c.HotKeyAction[1] = 11;           // suspends input
+        c.RecordStructure = 1;
+        c.NumFields = 2;
+        c.DelimiterChar = ",";
+        c.FieldPostamble[1] = "|";
     });
     ASSERT_NE(r.runtime.dde(), nullptr);
     EXPECT_TRUE(r.runtime.dde()->Execute("{CONFIG(" + second + ")}"));
     EXPECT_EQ(r.platform.hotKeys->calls.size(), 1u); // nothing happens inside the command
+    // The instrument sends right after the command was answered: the port
+    // stays open, and the record is framed under the new configuration.
+    port->Feed("1.5,2.5\r");
     r.clock.Advance(50);
     r.runtime.Tick();
     EXPECT_EQ(r.platform.hotKeys->calls,
               (std::vector<std::string>{"register 0 mods 0 key 124", "unregister 0",
                                         "register 1 mods 2 key 116"}));
-    // The port opens again (with the new file's line settings) before the
-    // server takes the new topic's name.
-    EXPECT_LT(r.Index("reopen"), r.Index("bus start org.corvane.Corvane.Scale"));
-    EXPECT_EQ(r.platform.calls.back(), "bus start org.corvane.Corvane.Scale");
-    EXPECT_EQ(r.runtime.cfg().ConfigFileName, second);
+    EXPECT_EQ(r.platform.port, port);
+    EXPECT_EQ(std::count(r.platform.calls.begin(), r.platform.calls.end(), "reopen"), 0);
+    EXPECT_TRUE(port->calls.empty()) << port->calls.front(); // no purge, no close
+    EXPECT_EQ(testsupport::ReadFileBytes(r.dir.path / "records.log"), "1.5|2.5\r\r\n");
+    // What shows the runtime hears of the reload once everything is started.
+    EXPECT_EQ(r.Index("bus start org.corvane.Corvane.Scale") + 1, r.Index("reloaded"));
+    EXPECT_EQ(r.platform.calls.back(), "reloaded");
+    // The program's one configuration record holds the new file.
+    EXPECT_EQ(r.record.ConfigFileName, second);
+    EXPECT_EQ(r.record.NumFields, 2);
     r.platform.hotKeys->Press(1);
     EXPECT_TRUE(r.runtime.state().Suspended);
+
+    // Other line settings: the port opens again with them, before the
+    // server takes the new topic's name.
+    const std::string third = r.Save("third.QX3", [](config::Config& c) {
+        c.BaudRate = 11; // 115200
+        c.DdeTopicName = "Fast";
+    });
+    EXPECT_TRUE(r.runtime.dde()->Execute("{CONFIG(" + third + ")}"));
+    r.clock.Advance(50);
+    r.runtime.Tick();
+    EXPECT_LT(r.Index("reopen"), r.Index("bus start org.corvane.Corvane.Fast"));
+    EXPECT_EQ(r.record.BaudRate, 11);
+    EXPECT_FALSE(r.runtime.state().Suspended);
 }

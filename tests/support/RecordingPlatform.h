@@ -11,6 +11,7 @@
 #include "serial/FakePort.h"
 #include "serial/ReconnectingPort.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -94,6 +95,13 @@ public:
     }
     void ShowNormal() override { calls.push_back("normal"); }
     void Minimize() override { calls.push_back("minimize"); }
+    // Runs after a reload has put the new configuration in force.
+    std::function<void()> reloaded;
+    void Reloaded() override {
+        calls.push_back("reloaded");
+        if (reloaded)
+            reloaded();
+    }
     void Closed(int status) override {
         calls.push_back("closed " + std::to_string(status));
         closed = status;

@@ -3,6 +3,7 @@
 // by hand.
 
 #include "ui/RuntimeWindow.h"
+#include "ui/SetupWindow.h"
 #include "ui/VirtualDeviceWindow.h"
 
 #include "config/ConfigFile.h"
@@ -68,8 +69,9 @@ protected:
     engine::ManualClock clock;
     config::MemorySettingsStore store;
     control::RecordingClipboard clipboard;
+    config::Config record; // the program's configuration record
     runtime::Runtime runtime{
-        {platform, messages, clock, store, clipboard, engine::Locale{}, dir.path.string()}};
+        {platform, record, messages, clock, store, clipboard, engine::Locale{}, dir.path.string()}};
     std::unique_ptr<ui::RuntimeWindow> window = std::make_unique<ui::RuntimeWindow>(runtime, store);
 };
 
@@ -152,6 +154,78 @@ TEST_F(RuntimeWindowTest, TheMenusSuspendResumeSwitchTimedOutputAndExit) {
     EXPECT_EQ(platform.closed, 0);
     EXPECT_FALSE(window->isVisible());
     EXPECT_TRUE(store.Get("Corvane - COM1", "Settings", "MainLeft").has_value());
+}
+
+TEST_F(RuntimeWindowTest, AReloadBuildsTheWindowAgainForTheNewConfiguration) {
+    Start();
+    platform.reloaded = [this] { window->Build(); };
+    config::Config next;
+    next.TransferMode = config::LogToDisk;
+    next.LogFileName = (dir.path / "records.log").string();
+    next.OutputStringName[2] = "Zero";
+    next.OutputString[2] = "Z\r\n";
+    next.ButtonDisplay = 0;
+    next.ActivateSuspended = config::True;
+    next.ConfigFileName = (dir.path / "next.QX3").string();
+    ASSERT_TRUE(config::SaveConfigFile(next));
+    ASSERT_TRUE(runtime.dde()->Execute("{CONFIG(" + next.ConfigFileName + ")}"));
+    Arrive("");
+
+    // One field box, the new string's button only, no line buttons and no
+    // date/time; the caption and the menu follow the new suspension.
+    ASSERT_NE(window->FieldBox(1), nullptr);
+    EXPECT_EQ(window->FieldBox(2), nullptr);
+    EXPECT_EQ(window->StringButton(1), nullptr);
+    EXPECT_EQ(window->StringButton(3), nullptr);
+    ASSERT_NE(window->StringButton(2), nullptr);
+    EXPECT_EQ(window->StringButton(2)->text(), "Zero");
+    EXPECT_EQ(window->DtrButton(), nullptr);
+    EXPECT_EQ(window->BreakButton(), nullptr);
+    EXPECT_FALSE(window->DateTimeBox()->isVisible());
+    EXPECT_EQ(window->windowTitle(), "Corvane - COM1 (S)");
+    EXPECT_EQ(window->SuspendAction()->text(), "Re&sume Corvane");
+    QTest::mouseClick(window->StringButton(2), Qt::LeftButton);
+    EXPECT_EQ(runtime.state().PendingOutput, "Z\r\n");
+    window->SuspendAction()->trigger();
+    EXPECT_EQ(window->windowTitle(), "Corvane - COM1");
+    Arrive("9\r");
+    EXPECT_EQ(window->FieldBox(1)->text(), "9\r");
+    // The Edit menu offers the one field.
+    QMenu* copyField = nullptr;
+    for (QAction* a : window->EditMenu()->actions())
+        if (a->menu())
+            copyField = a->menu();
+    ASSERT_NE(copyField, nullptr);
+    EXPECT_EQ(copyField->actions().size(), 1);
+}
+
+TEST_F(RuntimeWindowTest, WhatARunChangesIsWhatTheSetupWindowShowsAndSavesAfterwards) {
+    Start();
+    config::Config next = record;
+    next.DdeTopicName = "Lab";
+    next.ConfigFileName = (dir.path / "reloaded.QX3").string();
+    ASSERT_TRUE(config::SaveConfigFile(next));
+    ASSERT_TRUE(runtime.dde()->Execute("{CONFIG(" + next.ConfigFileName + ")}"));
+    Arrive("");
+    clipboard.link = "Excel|Sheet1!R1C1";
+    EXPECT_TRUE(runtime.dde()->Execute("{PASTE-COMMAND}"));
+    EXPECT_TRUE(runtime.dde()->Execute("{TIMERSTRING='P'13}"));
+    EXPECT_TRUE(runtime.dde()->Execute("{TIMERINTERVAL=2500}"));
+    runtime.Exit();
+
+    ui::SetupWindow setup(record, store, messages);
+    EXPECT_EQ(setup.windowTitle(), "Corvane Setup - reloaded.QX3");
+    // Not marked as changed by the run itself; Save keeps all of it.
+    ASSERT_TRUE(setup.Save());
+    config::Config saved;
+    ASSERT_EQ(config::LoadConfigFile(saved, next.ConfigFileName, messages),
+              config::LoadStatus::Complete);
+    EXPECT_EQ(saved.DdeTopicName, "Lab");
+    EXPECT_EQ(saved.CmdLinkApp, "Excel");
+    EXPECT_EQ(saved.CmdLinkTopic, "Sheet1");
+    EXPECT_EQ(saved.CmdLinkItem, "R1C1");
+    EXPECT_EQ(saved.TimerString, "P\r");
+    EXPECT_EQ(saved.TimerInterval, 2500);
 }
 
 TEST_F(RuntimeWindowTest, TheEditMenuCopiesItemsAsLinks) {
