@@ -49,7 +49,6 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         window_->ItemChanged(item, text);
     };
     runtime_.suspendChanged = [this] { window_->SuspendChanged(); };
-    messages_.SetParent(window_.get());
     window_->ShowAsConfigured();
     if (virtual_) {
         virtual_->ShowOutput(pendingOutput_);
@@ -62,6 +61,8 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         virtual_->move(at);
         virtual_->show();
     }
+    // What the start had to say stays above the runtime window from now on.
+    messages_.SetParent(window_.get());
     QObject::connect(&timer_, &QTimer::timeout, [this] { runtime_.Tick(); });
     timer_.start(50);
     return true;

@@ -84,6 +84,17 @@ QtMessageSink::~QtMessageSink() {
     CloseAll();
 }
 
+void QtMessageSink::SetParent(QWidget* parent) {
+    parent_ = parent;
+    if (!parent)
+        return;
+    for (OpenBox& open : open_)
+        if (open.box && !open.box->parentWidget()) {
+            open.box->setParent(parent, open.box->windowFlags());
+            open.box->show();
+        }
+}
+
 config::MessageAnswer QtMessageSink::Show(const config::Message& message) {
     if (!waiting_)
         return ShowWithoutWaiting(message, nullptr);

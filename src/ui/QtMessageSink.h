@@ -31,7 +31,9 @@ public:
     QtMessageSink(const QtMessageSink&) = delete;
     QtMessageSink& operator=(const QtMessageSink&) = delete;
 
-    void SetParent(QWidget* parent) { parent_ = parent; }
+    // The window the boxes belong to (and stay above). Boxes shown without
+    // waiting before there was one move to it.
+    void SetParent(QWidget* parent);
     // Whether each message waits for the user (the default) or not.
     void SetWaiting(bool waiting) { waiting_ = waiting; }
 

@@ -1,6 +1,7 @@
 // Typing into a real X client under a private Xvfb.
 
 #include "output/X11Keyboard.h"
+#include "support/PrivateBus.h"
 #include "support/PrivateXServer.h"
 #include "support/ProcessRunner.h"
 #include "support/PseudoTerminal.h"
@@ -60,7 +61,8 @@ protected:
     }
     // Starts openbox and waits until it manages the screen.
     void StartWindowManager() {
-        windowManager = std::make_unique<ChildProcess>(std::vector<std::string>{"/usr/bin/openbox"});
+        windowManager =
+            std::make_unique<ChildProcess>(std::vector<std::string>{"/usr/bin/openbox"});
         ASSERT_TRUE(WaitFor(10s, [] {
             auto r = RunProgram({"/usr/bin/xprop", "-root", "_NET_SUPPORTING_WM_CHECK"});
             return r.out.find("window id") != std::string::npos;
@@ -201,6 +203,50 @@ TEST_F(X11Typing, SigtermEndsTheWaitForAStartedProgramsWindow) {
     EXPECT_TRUE(runtime->WaitExit(5s).has_value()) << runtime->Stderr();
     if (target > 0)
         ::kill(target, SIGTERM);
+}
+
+TEST_F(X11Typing, AppExitEndsTheWaitForAWindowThatASingleQuotedScriptNeverOpens) {
+    testsupport::PrivateBus bus;
+    const fs::path pidFile = dir.path / "script.pid";
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Never Shown";
+    cfg["TargetAppCommand"] = "sh -c 'echo $$ > \"$0\"; exec sleep 60' '" + pidFile.string() + "'";
+    cfg["StartOfRecordEvent"] = 1;
+    testsupport::PseudoTerminal pty;
+    auto runtime = RunOnPty(cfg, "script", pty);
+    ASSERT_TRUE(pty.Write("one\r"));
+    ASSERT_TRUE(WaitFor(10s, [&] { return fs::exists(pidFile); })) << runtime->Stderr();
+    const int target = std::atoi(testsupport::ReadFileBytes(pidFile).c_str());
+    // The wait pumps events: the command is answered and ends it.
+    const auto exec =
+        RunProgram({CORVANE_BINARY, "dde", "execute", "Corvane", "COM1", "{APPEXIT}"}, "", 10s);
+    EXPECT_EQ(exec.exitCode, 0) << exec.err;
+    const auto status = runtime->WaitExit(5s);
+    ASSERT_TRUE(status.has_value()) << runtime->Stderr();
+    EXPECT_EQ(*status, 0) << runtime->Stderr();
+    if (target > 0)
+        ::kill(target, SIGTERM);
+}
+
+TEST_F(X11Typing, AProgramThatEndsWithoutAWindowIsSaidOnceAndTheRunGoesOn) {
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Nothing Like This";
+    cfg["TargetAppCommand"] = "sh -c 'exit 3'";
+    cfg["StartOfRecordEvent"] = 1;
+    fs::path qx3 = testsupport::BuildConfigFile(dir, "ends", cfg.dump());
+    const auto start = std::chrono::steady_clock::now();
+    auto r = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
+                        "one\rtwo\r", 30s);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    // Each record waits 2 s after the program's end, no more.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
+    const std::string said =
+        "Cannot Run Program: sh -c 'exit 3'\rThe program ended (exit status 3) "
+        "without opening a window.\n";
+    EXPECT_NE(r.err.find(said), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find(said), r.err.rfind(said)) << r.err;
 }
 
 TEST_F(X11Typing, AStartedTargetNeverSharesCorvanesStandardStreams) {
