@@ -13,6 +13,7 @@ WindowedRuntime::WindowedRuntime(config::Config& cfg)
       runtime_({*this, cfg, messages_, clock_, store_, clipboard_, engine::ReadProcessLocale(),
                 HomeFolder()}) {
     messages_.SetWaiting(false);
+    messages_.HoldUntilParent();
 }
 
 WindowedRuntime::~WindowedRuntime() = default;
@@ -40,6 +41,7 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
     if (!run()) {
         window_.reset();
         virtual_.reset();
+        messages_.ShowHeld();
         return false;
     }
     // Built from the runtime's state as the start left it; from here on the

@@ -125,21 +125,22 @@ void Runtime::VirtualInput(std::string_view bytes) {
 }
 
 void Runtime::Tick() {
-    if (exiting_ || !acquisition_)
+    // A tick started from an event pumped inside another one (while a
+    // record is typed or its program starts) does nothing: a stop, a reload
+    // and the end of the virtual input wait for the outer tick to end, with
+    // the record it delivers.
+    if (exiting_ || !acquisition_ || state_.InTick)
         return;
-    // A tick started from an event pumped inside another one does nothing
-    // (the loop skips it); a stop asked for meanwhile waits for the outer
-    // tick to end.
-    if (stopRequested_ && !state_.InTick) {
+    if (stopRequested_) {
         Exit();
         return;
     }
-    if (pendingReload_ && !state_.InTick)
+    if (pendingReload_)
         Reload();
     acquisition_->Timer1_Timer();
     if (exiting_)
         return;
-    if (stopRequested_ && !state_.InTick) {
+    if (stopRequested_) {
         Exit();
         return;
     }

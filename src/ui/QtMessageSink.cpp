@@ -6,6 +6,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 namespace ui {
 
@@ -86,13 +87,14 @@ QtMessageSink::~QtMessageSink() {
 
 void QtMessageSink::SetParent(QWidget* parent) {
     parent_ = parent;
-    if (!parent)
-        return;
-    for (OpenBox& open : open_)
-        if (open.box && !open.box->parentWidget()) {
-            open.box->setParent(parent, open.box->windowFlags());
-            open.box->show();
-        }
+    if (parent)
+        ShowHeld();
+}
+
+void QtMessageSink::ShowHeld() {
+    holding_ = false;
+    for (HeldBox& held : std::exchange(held_, {}))
+        ShowWithoutWaiting(held.message, std::move(held.answered));
 }
 
 config::MessageAnswer QtMessageSink::Show(const config::Message& message) {
@@ -115,6 +117,10 @@ config::MessageAnswer
 QtMessageSink::ShowWithoutWaiting(const config::Message& message,
                                   std::function<void(config::MessageAnswer)> answered) {
     const bool question = message.buttons != config::MessageButtons::Ok;
+    if (holding_) {
+        held_.push_back({message, std::move(answered)});
+        return question ? config::MessageAnswer::Deferred : config::MessageAnswer::Ok;
+    }
     // A notice that an open box already gives is not given twice.
     OpenBoxes();
     if (!question)
@@ -145,6 +151,7 @@ std::size_t QtMessageSink::OpenBoxes() {
 }
 
 void QtMessageSink::Retract(const config::Message& message) {
+    std::erase_if(held_, [&](const HeldBox& held) { return held.message == message; });
     for (OpenBox& open : open_)
         if (open.box && open.message == message) {
             // Taken down, not answered.
@@ -155,6 +162,7 @@ void QtMessageSink::Retract(const config::Message& message) {
 }
 
 void QtMessageSink::CloseAll() {
+    held_.clear();
     for (OpenBox& open : open_)
         if (open.box) {
             QObject::disconnect(open.box, &QDialog::finished, nullptr, nullptr);

@@ -31,11 +31,15 @@ public:
     QtMessageSink(const QtMessageSink&) = delete;
     QtMessageSink& operator=(const QtMessageSink&) = delete;
 
-    // The window the boxes belong to (and stay above). Boxes shown without
-    // waiting before there was one move to it.
+    // The window the boxes belong to (and stay above).
     void SetParent(QWidget* parent);
     // Whether each message waits for the user (the default) or not.
     void SetWaiting(bool waiting) { waiting_ = waiting; }
+    // Boxes that do not wait are kept back until the window they belong to
+    // is there (SetParent with a window), so that they come up above it;
+    // ShowHeld shows them without one (the window never came).
+    void HoldUntilParent() { holding_ = true; }
+    void ShowHeld();
 
     config::MessageAnswer Show(const config::Message& message) override;
     config::MessageAnswer Ask(const config::Message& message,
@@ -62,9 +66,15 @@ private:
         QPointer<QMessageBox> box;
         config::Message message;
     };
+    struct HeldBox {
+        config::Message message;
+        std::function<void(config::MessageAnswer)> answered;
+    };
     QWidget* parent_;
     bool waiting_ = true;
+    bool holding_ = false;
     std::vector<OpenBox> open_;
+    std::vector<HeldBox> held_;
 };
 
 QString Latin1Text(const std::string& bytes);

@@ -261,6 +261,40 @@ TEST(DdeBus, ConfigReloadsAFileForTheSamePortAndRecordsKeepFlowing) {
     EXPECT_EQ(r.Stderr(), "");
 }
 
+TEST(DdeBus, AReloadWithTheSameLineSettingsLosesNothingSentRightAfterTheAnswer) {
+    testsupport::PrivateBus bus;
+    TempDir dir;
+    // One field per line, then two comma-delimited fields (logged one after
+    // the other), at the same line settings.
+    const fs::path first = testsupport::BuildConfigFile(dir, "first", LogJson(dir, "first.log"));
+    const fs::path second = testsupport::BuildConfigFile(
+        dir, "second",
+        LogJson(dir, "second.log",
+                R"j(, "RecordStructure": 1, "NumFields": 2, "DelimiterChar": ",")j"));
+    Runtime r;
+    ASSERT_TRUE(r.StartServing(first, "COM1")) << r.Stderr();
+    const struct {
+        const fs::path& file;
+        const char* sent;
+        fs::path log;
+        const char* logged;
+    } rounds[] = {
+        {second, "0.5,0\r", dir.path / "second.log", "0.50\r\r\n"},
+        {first, "1.5,1\r", dir.path / "first.log", "1.5,1\r\r\n"},
+        {second, "2.5,2\r", dir.path / "second.log", "0.50\r\r\n2.52\r\r\n"},
+    };
+    for (const auto& round : rounds) {
+        auto reload = Dde({"execute", "Corvane", "COM1", "{CONFIG(" + round.file.string() + ")}"});
+        ASSERT_EQ(reload.exitCode, 0) << reload.err;
+        // At once, before the runtime's next tick has loaded the file.
+        ASSERT_TRUE(r.pty.Write(round.sent));
+        EXPECT_TRUE(
+            WaitFor(10s, [&] { return testsupport::ReadFileBytes(round.log) == round.logged; }))
+            << round.sent << ": " << testsupport::ReadFileBytes(round.log);
+    }
+    EXPECT_EQ(r.Stderr(), "");
+}
+
 TEST(DdeBus, NoFileNamedByACommandStopsTheRuntimeFromReadingOrEnding) {
     testsupport::PrivateBus bus;
     TempDir dir;

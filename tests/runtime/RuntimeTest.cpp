@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 
 using namespace runtime;
@@ -87,6 +88,59 @@ TEST(Runtime, AVirtualRunDeliversItsInputThenClosesInOrderOnce) {
     r.runtime.Tick();
     EXPECT_EQ(std::count(r.platform.calls.begin(), r.platform.calls.end(), "closed 0"), 1);
     EXPECT_TRUE(r.messages.shown.empty());
+}
+
+namespace {
+
+// A delivery that pumps events while it types, as the real one does: the
+// runtime's timer fires inside it.
+struct PumpingDelivery : output::KeystrokeDelivery {
+    std::function<void()> pumped;
+    std::vector<std::string> typed;
+    bool DeliverRecord(const std::function<std::string()>& build) override {
+        for (int i = 0; i < 5; ++i)
+            pumped();
+        typed.push_back(build());
+        return true;
+    }
+};
+
+} // namespace
+
+TEST(Runtime, StopsAndTheEndOfInputWaitForTheRecordBeingDelivered) {
+    for (bool stopInside : {false, true}) {
+        RuntimeRig r;
+        PumpingDelivery delivery;
+        r.platform.keystrokeDelivery = &delivery;
+        std::vector<bool> stopping;
+        delivery.pumped = [&] {
+            if (stopInside)
+                r.runtime.RequestStop(); // a signal or the close box
+            r.clock.Advance(50);
+            r.runtime.Tick();
+            stopping.push_back(r.runtime.StopRequested());
+        };
+        ASSERT_TRUE(r.runtime.RunVirtual(r.Save(
+            "typed.QX3", [](config::Config& c) { c.TransferMode = config::SendKeystrokes; })));
+        r.runtime.VirtualInput("1\r2\r");
+        r.runtime.EndOfVirtualInput();
+        r.clock.Advance(50);
+        r.runtime.Tick();
+        if (stopInside) {
+            // The waits end at once; the runtime closes once the tick is over.
+            EXPECT_EQ(stopping, std::vector<bool>(10, true));
+            EXPECT_EQ(delivery.typed.size(), 2u);
+            EXPECT_EQ(r.platform.closed, 0);
+            continue;
+        }
+        // Both records are delivered in full before the end of the input
+        // counts: nothing asks the waits to end.
+        EXPECT_EQ(stopping, std::vector<bool>(10, false));
+        EXPECT_EQ(delivery.typed, (std::vector<std::string>{"1{ENTER}", "2{ENTER}"}));
+        EXPECT_FALSE(r.platform.closed.has_value());
+        r.TickUntilClosed();
+        EXPECT_EQ(r.platform.closed, 0);
+    }
 }
 
 TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {

@@ -74,9 +74,11 @@ public:
     config::SilentMessageSink silent;
     engine::ManualClock clock;
     void VirtualDeviceOutput(const std::string& bytes) override { deviceOutput += bytes; }
+    // The Send Keystrokes delivery handed to the runtime; none by default.
+    output::KeystrokeDelivery* keystrokeDelivery = nullptr;
     output::KeystrokeDelivery* Keystrokes(config::Config&) override {
         calls.push_back("keystrokes");
-        return nullptr;
+        return keystrokeDelivery;
     }
     std::unique_ptr<control::DdeClient> NewDdeClient() override {
         return std::make_unique<control::FakeDdeClient>();
