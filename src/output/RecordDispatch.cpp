@@ -123,13 +123,23 @@ void RecordDispatch::Deliver() {
     switch (cfg_.TransferMode) {
     case config::SendKeystrokes:
         DeliverKeystrokes();
-        break;
+        return;
     case config::DdeServer:
         DeliverDde();
         break;
     default:
         DeliverLog();
     }
+    if (delivered)
+        Announce();
+}
+
+void RecordDispatch::Announce() {
+    DeliveredRecord record;
+    record.recordNumber = state_.RecordNumber;
+    const int n = FieldCount(cfg_);
+    record.fields.assign(state_.FieldText.begin() + 1, state_.FieldText.begin() + 1 + n);
+    delivered(record);
 }
 
 void RecordDispatch::DeliverKeystrokes() {
@@ -143,13 +153,18 @@ void RecordDispatch::DeliverKeystrokes() {
     };
     if (!keystrokes) {
         build(); // nowhere to type: the fields are emptied all the same
-    } else if (!keystrokes->DeliverRecord(build) && state_.RecordNumber == counted) {
+    } else if (!keystrokes->DeliverRecord(build)) {
         // Not typed: the counter counts delivered records only. Unless
         // someone set it meanwhile, it goes back to what it was.
-        state_.RecordNumber = before;
-        if (dde)
-            dde->RecordNumberChanged(before);
+        if (state_.RecordNumber == counted) {
+            state_.RecordNumber = before;
+            if (dde)
+                dde->RecordNumberChanged(before);
+        }
+        return;
     }
+    if (delivered)
+        Announce();
 }
 
 void RecordDispatch::DeliverDde() {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace output {
 
@@ -43,6 +44,14 @@ public:
     virtual void FieldChanged(int field, const std::string& text) = 0;
     virtual void RecordNumberChanged(const std::string& text) = 0;
     virtual void ExecuteTargetCommand(const std::string& command) = 0;
+};
+
+// A record as it was delivered, for the program's other readers (a network
+// link, a trend window): the record counter's text after it, and each field
+// 1..NumFields as its box shows it.
+struct DeliveredRecord {
+    std::string recordNumber;
+    std::vector<std::string> fields; // fields[0] is field 1
 };
 
 // "C:\Corvane.Log" is home/Corvane.Log, "D:\data\a.txt" is home/data/a.txt;
@@ -86,6 +95,8 @@ public:
 
     KeystrokeDelivery* keystrokes = nullptr;
     DdeDelivery* dde = nullptr;
+    // Each record that was delivered (counted), in every transfer mode.
+    std::function<void(const DeliveredRecord&)> delivered;
     // Cancel on the log error: reset the input and suspend it.
     std::function<void()> cancelLogAction;
 
@@ -97,6 +108,7 @@ private:
     void DeliverDde();
     void DeliverLog();
     void DeliverLogFields();
+    void Announce();
     // Shows field i in its box, tells the DDE items and returns the text
     // shown; ShowAndEmpty then empties the field.
     const std::string& Show(int i);

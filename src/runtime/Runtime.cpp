@@ -101,6 +101,7 @@ bool Runtime::Start(bool virtualDevice) {
         if (!state_.Suspended)
             acquisition_->ToggleSuspend();
     };
+    dispatch_->delivered = recordDelivered_;
     acquisition_->hooks.exitAction = [this] { Exit(); };
     acquisition_->hooks.suspendChanged = [this] {
         if (suspendChanged)
@@ -162,6 +163,12 @@ bool Runtime::InputFinished() {
         logWaitSince_ = now;
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(now) -
                                      static_cast<std::uint32_t>(*logWaitSince_)) >= LogWaitAtEndMs;
+}
+
+void Runtime::OnRecordDelivered(std::function<void(const output::DeliveredRecord&)> hook) {
+    recordDelivered_ = std::move(hook);
+    if (dispatch_)
+        dispatch_->delivered = recordDelivered_;
 }
 
 void Runtime::ToggleSuspend() {

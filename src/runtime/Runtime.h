@@ -146,6 +146,9 @@ public:
     // suspension (the caption and the menu follow it).
     std::function<void(const std::string& item, const std::string& text)> itemChanged;
     std::function<void()> suspendChanged;
+    // Called with every record delivered, in every transfer mode (nothing is
+    // gathered for it while there is no such hook).
+    void OnRecordDelivered(std::function<void(const output::DeliveredRecord&)> hook);
 
     config::Config& cfg() { return cfg_; }
     engine::RuntimeState& state() { return state_; }
@@ -198,6 +201,7 @@ private:
     std::unique_ptr<control::HotKeys> hotKeys_;
     bool noHotKeyDisplay_ = false; // said once, not again at a reload
     std::vector<std::string> consoleKeysNamed_;
+    std::function<void(const output::DeliveredRecord&)> recordDelivered_;
     std::optional<std::string> pendingReload_;
     bool inputEnded_ = false;
     bool stopRequested_ = false;

@@ -143,6 +143,48 @@ TEST(Runtime, StopsAndTheEndOfInputWaitForTheRecordBeingDelivered) {
     }
 }
 
+TEST(Runtime, EveryDeliveredRecordIsHandedOnWithItsNumberAndFieldsAsShown) {
+    // Logged: every record, also one whose log line must wait.
+    RuntimeRig r;
+    std::vector<std::string> seen;
+    r.runtime.OnRecordDelivered([&](const output::DeliveredRecord& record) {
+        std::string text = record.recordNumber + ":";
+        for (const std::string& field : record.fields)
+            text += "[" + field + "]";
+        seen.push_back(text);
+    });
+    ASSERT_TRUE(r.runtime.RunVirtual(r.Save("fields.QX3", [](config::Config& c) {
+        c.RecordStructure = 1;
+        c.NumFields = 2;
+        c.DelimiterChar = ",";
+        c.FieldFormat[1] = "0.00";
+    })));
+    r.runtime.VirtualInput("1.5,a\r2,b\r");
+    r.clock.Advance(50);
+    r.runtime.Tick();
+    EXPECT_EQ(seen, (std::vector<std::string>{"1:[1.50][a\r]", "2:[2.00][b\r]"}));
+
+    // Typed: a record that could not be typed is not counted, nor handed on.
+    RuntimeRig typed;
+    struct Refusing : output::KeystrokeDelivery {
+        int calls = 0;
+        bool DeliverRecord(const std::function<std::string()>& build) override {
+            build();
+            return ++calls % 2 == 0;
+        }
+    } delivery;
+    typed.platform.keystrokeDelivery = &delivery;
+    std::vector<std::string> numbers;
+    ASSERT_TRUE(typed.runtime.RunVirtual(typed.Save(
+        "typed.QX3", [](config::Config& c) { c.TransferMode = config::SendKeystrokes; })));
+    typed.runtime.OnRecordDelivered(
+        [&](const output::DeliveredRecord& record) { numbers.push_back(record.recordNumber); });
+    typed.runtime.VirtualInput("1\r2\r3\r4\r");
+    typed.clock.Advance(50);
+    typed.runtime.Tick();
+    EXPECT_EQ(numbers, (std::vector<std::string>{"1", "2"}));
+}
+
 TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {
     RuntimeRig r;
     r.platform.bus = false;
