@@ -10,6 +10,9 @@
 #include "support/RecordingPlatform.h"
 
 #include "OffscreenApp.h"
+#include "support/ManualClock.h"
+#include "support/MemorySettingsStore.h"
+#include "support/RecordingClipboard.h"
 
 #include <QAction>
 #include <QApplication>

@@ -18,6 +18,7 @@
 #include "support/ProcessRunner.h"
 
 #include "OffscreenApp.h"
+#include "support/MemorySettingsStore.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>

@@ -8,6 +8,7 @@
 #include "support/ProcessRunner.h"
 
 #include "OffscreenApp.h"
+#include "support/MemorySettingsStore.h"
 
 #include <QAction>
 #include <QApplication>
