@@ -157,15 +157,7 @@ void SetupWindow::BuildMenus() {
         }
     });
     file_->addAction("&Save", QKeySequence::Save, this, [this] { Save(); });
-    file_->addAction("Save &As...", QKeySequence::SaveAs, this, [this] {
-        QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
-                                                    "Corvane Config (*.QX3);;All Files (*)");
-        if (path.isEmpty())
-            return;
-        if (QFileInfo(path).suffix().isEmpty())
-            path += ".QX3";
-        SaveAs(Path(path));
-    });
+    file_->addAction("Save &As...", QKeySequence::SaveAs, this, [this] { AskAndSaveAs(); });
     recentSeparator_ = file_->addSeparator();
     file_->addSeparator();
     file_->addAction("E&xit", this, [this] { close(); });
@@ -360,16 +352,8 @@ bool SetupWindow::MayLeave() {
     }
     if (answer == SaveAnswer::Cancel)
         return false;
-    if (answer == SaveAnswer::Save) {
-        if (cfg_.ConfigFileName.empty()) {
-            QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
-                                                        "Corvane Config (*.QX3);;All Files (*)");
-            if (path.isEmpty())
-                return false;
-            return SaveAs(Path(path));
-        }
+    if (answer == SaveAnswer::Save)
         return Save();
-    }
     return true;
 }
 
@@ -394,7 +378,7 @@ bool SetupWindow::Open(const std::string& path) {
 
 bool SetupWindow::Save() {
     if (cfg_.ConfigFileName.empty())
-        return false;
+        return AskAndSaveAs();
     if (!config::SaveConfigFile(cfg_)) {
         const std::string unkept = config::SettingTheFileCannotKeep(cfg_);
         messages_.Show({unkept.empty() ? "Cannot write " + cfg_.ConfigFileName : unkept,
@@ -408,7 +392,23 @@ bool SetupWindow::Save() {
     return true;
 }
 
+bool SetupWindow::AskAndSaveAs() {
+    QString path =
+        askFileName
+            ? askFileName()
+            : QFileDialog::getSaveFileName(this, "Save Configuration As",
+                                           QString::fromLocal8Bit(cfg_.ConfigFileName.c_str()),
+                                           "Corvane Config (*.QX3);;All Files (*)");
+    if (path.isEmpty())
+        return false;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += ".QX3";
+    return SaveAs(Path(path));
+}
+
 bool SetupWindow::SaveAs(const std::string& path) {
+    if (path.empty())
+        return false;
     const std::string previous = cfg_.ConfigFileName;
     cfg_.ConfigFileName = path;
     if (!Save()) {
