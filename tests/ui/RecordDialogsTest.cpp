@@ -85,7 +85,77 @@ TEST_F(RecordDialogsTest, ASpecialCharacterEventWithoutItsCharacterIsRefused) {
     EXPECT_FALSE(cfg.ConfigChanged);
 }
 
-TEST_F(RecordDialogsTest, DelimitedFieldsAskTheirCountAndDelimiterAndAPauseItsTicks) {
+TEST_F(RecordDialogsTest, OkAgainOnAFixedNumberOfBytesKeepsTheFieldCountItHas) {
+    cfg.EndOfRecordEvent = 2;
+    cfg.RecordStructure = 2;
+    cfg.NumFields = 3; // as the field definitions derived it
+    cfg.RecordLength = 24;
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
+                       [](QDialog& d) { static_cast<ui::RecordEventsDialog&>(d).accept(); }},
+                      {"Fixed Length Record", [](QDialog& d) {
+                           auto& f = static_cast<ui::NumberDialog&>(d);
+                           EXPECT_EQ(f.Value()->text(), "24");
+                           f.accept();
+                       }}}));
+    EXPECT_EQ(seen,
+              (std::vector<QString>{"Start and End Of Record Events", "Fixed Length Record"}));
+    EXPECT_EQ(cfg.NumFields, 3);
+    EXPECT_FALSE(cfg.ConfigChanged);
+}
+
+TEST_F(RecordDialogsTest, APauseAsksItsTicksAndThenHowTheFieldsAreLaidOut) {
+    const auto pause = [](QDialog& d) {
+        auto& e = static_cast<ui::RecordEventsDialog&>(d);
+        Pick(e.EndEvents(), 1);
+        e.accept();
+    };
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events", pause},
+                      {"Timed Input",
+                       [&](QDialog& d) {
+                           auto& n = static_cast<ui::NumberDialog&>(d);
+                           n.Value()->setText("256");
+                           n.accept();
+                           EXPECT_EQ(messages.shown.back().text,
+                                     "Time between records must range between 1 and 255");
+                           n.Value()->setText("5");
+                           n.accept();
+                       }},
+                      {"Input Record Structure",
+                       [](QDialog& d) {
+                           Pick(static_cast<ui::RecordStructureDialog&>(d).Choices(), 1);
+                           d.accept();
+                       }},
+                      {"Delimited Record", [](QDialog& d) {
+                           auto& n = static_cast<ui::NumberDialog&>(d);
+                           n.Value()->setText("3");
+                           n.accept();
+                       }}}));
+    EXPECT_EQ(seen, (std::vector<QString>{"Start and End Of Record Events", "Timed Input",
+                                          "Input Record Structure", "Delimited Record"}));
+    EXPECT_EQ(cfg.TimeDelayTicks, 5);
+    EXPECT_EQ(cfg.NumFields, 3);
+    EXPECT_EQ(config::DeriveRecordMode(cfg.EndOfRecordEvent, cfg.RecordStructure), 4);
+
+    // Fixed-length fields with a pause between records.
+    seen.clear();
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events", pause},
+                      {"Timed Input", [](QDialog& d) { d.accept(); }},
+                      {"Input Record Structure", [](QDialog& d) {
+                           Pick(static_cast<ui::RecordStructureDialog&>(d).Choices(), 2);
+                           d.accept();
+                       }}}));
+    EXPECT_EQ(seen.back(), "Input Record Structure");
+    EXPECT_EQ(cfg.TimeDelayTicks, 5);
+    EXPECT_EQ(config::DeriveRecordMode(cfg.EndOfRecordEvent, cfg.RecordStructure), 5);
+
+    // A cancelled pause offers nothing more.
+    seen.clear();
+    EXPECT_TRUE(Edit({{"Start and End Of Record Events", pause}}));
+    EXPECT_EQ(seen.back(), "Timed Input");
+    EXPECT_EQ(cfg.RecordStructure, 2);
+}
+
+TEST_F(RecordDialogsTest, DelimitedFieldsAskTheirCountAndDelimiter) {
     EXPECT_TRUE(Edit({{"Start and End Of Record Events",
                        [](QDialog& d) { static_cast<ui::RecordEventsDialog&>(d).accept(); }},
                       {"Input Record Structure",
@@ -107,26 +177,7 @@ TEST_F(RecordDialogsTest, DelimitedFieldsAskTheirCountAndDelimiterAndAPauseItsTi
     EXPECT_EQ(cfg.RecordStructure, 1);
     EXPECT_EQ(cfg.NumFields, 3);
     EXPECT_EQ(cfg.DelimiterChar, ";");
-
-    seen.clear();
-    EXPECT_TRUE(Edit({{"Start and End Of Record Events",
-                       [](QDialog& d) {
-                           auto& e = static_cast<ui::RecordEventsDialog&>(d);
-                           Pick(e.EndEvents(), 1);
-                           e.accept();
-                       }},
-                      {"Timed Input", [&](QDialog& d) {
-                           auto& n = static_cast<ui::NumberDialog&>(d);
-                           n.Value()->setText("256");
-                           n.accept();
-                           EXPECT_EQ(messages.shown.back().text,
-                                     "Time between records must range between 1 and 255");
-                           n.Value()->setText("5");
-                           n.accept();
-                       }}}));
-    EXPECT_EQ(seen.back(), "Timed Input");
-    EXPECT_EQ(cfg.TimeDelayTicks, 5);
-    EXPECT_EQ(cfg.RecordStructure, 1); // a pause changes how records end, not their fields
+    EXPECT_EQ(config::DeriveRecordMode(cfg.EndOfRecordEvent, cfg.RecordStructure), 2);
 }
 
 TEST_F(RecordDialogsTest, ControlCharactersComeFromTheChartAndAreNamedBesideTheirBox) {
