@@ -204,7 +204,7 @@ void SetupWindow::BuildMenus() {
     });
     settings->addSeparator();
     settings->addAction("Send &Keystrokes To...", this, [this] {
-        AppSelectDialog dialog(cfg_, this);
+        AppSelectDialog dialog(cfg_, messages_, this);
         dialog.exec();
         Refresh();
     });
@@ -238,7 +238,7 @@ void SetupWindow::BuildMenus() {
         connect(modeActions_[m], &QAction::triggered, this, [this, m] {
             ChooseTransferMode(static_cast<config::Integer>(m));
             if (m == config::SendKeystrokes) {
-                AppSelectDialog dialog(cfg_, this);
+                AppSelectDialog dialog(cfg_, messages_, this);
                 dialog.exec();
             } else if (m == config::DdeServer) {
                 EditDde(DdeParametersDialog::TargetCommand);

@@ -130,7 +130,7 @@ TEST_F(SetupRoundTripTest, EverySectionEditedThroughItsDialogIsSavedAsEntered) {
     want.FieldFormat[3] = "Fixed";
 
     {
-        ui::AppSelectDialog app(cfg);
+        ui::AppSelectDialog app(cfg, messages);
         app.Title()->setText("Untitled - Sheet");
         app.Command()->setText("gnumeric");
         app.Delay()->setText("5");
