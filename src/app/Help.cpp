@@ -24,9 +24,9 @@ const std::vector<CommandHelp>& Commands() {
           "window closes the runtime."},
          {{"--headless", "run without windows; messages go to standard error"},
           {"--virtual",
-           "use the virtual serial device instead of the port: in the window, what you type in "
-           "the Virtual Serial Device window is the instrument's input and what is sent to the "
-           "instrument is shown there; with --headless the instrument's bytes are read from "
+           "use the virtual serial device instead of the port: in the window, the lines you send "
+           "from the Virtual Serial Device window (Enter adds a carriage return) are the "
+           "instrument's input and what is sent to the instrument is shown there; with --headless the instrument's bytes are read from "
            "standard input and what is sent to the instrument is written to standard output, "
            "and at the end of input the pending records are finished and the program exits"},
           {"--test",
