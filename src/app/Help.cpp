@@ -235,6 +235,15 @@ std::string CommandHelpText(const CommandHelp& command) {
     return out;
 }
 
+std::string VersionText(std::string_view version) {
+    return "corvane " + std::string(version) +
+           "\n"
+           "Copyright 2026 The Corvane developers\n"
+           "License GPLv3+: GNU GPL version 3 or later <https://gnu.org/licenses/gpl.html>.\n"
+           "This is free software: you are free to change and redistribute it.\n"
+           "There is NO WARRANTY, to the extent permitted by law.\n";
+}
+
 std::string ManPageCommands() {
     std::ostringstream out;
     for (const auto& c : Commands()) {

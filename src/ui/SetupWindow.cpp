@@ -285,8 +285,14 @@ void SetupWindow::BuildMenus() {
         QMessageBox::about(this, "About Corvane",
                            "<b>Corvane " CORVANE_VERSION "</b><p>Serial-port data acquisition "
                            "into keystrokes, D-Bus and log files.</p>"
-                           "<p>Copyright 2026 The Corvane developers. All rights reserved "
-                           "(the terms are in /usr/share/doc/corvane/copyright).</p>"
+                           "<p>Copyright 2026 The Corvane developers.</p>"
+                           "<p>Corvane is free software: you can redistribute it and/or "
+                           "modify it under the terms of the GNU General Public License as "
+                           "published by the Free Software Foundation, either version 3 of "
+                           "the License, or (at your option) any later version. There is NO "
+                           "WARRANTY, to the extent permitted by law. See the <a "
+                           "href=\"https://www.gnu.org/licenses/gpl-3.0.html\">GNU General "
+                           "Public License</a> (also in /usr/share/doc/corvane/copyright).</p>"
                            "<p>Built with Qt " QT_VERSION_STR
                            ", used under the GNU LGPL version 3 (Help &gt; About Qt).</p>");
     });
