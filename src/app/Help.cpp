@@ -26,9 +26,10 @@ const std::vector<CommandHelp>& Commands() {
           {"--virtual",
            "use the virtual serial device instead of the port: in the window, the lines you send "
            "from the Virtual Serial Device window (Enter adds a carriage return) are the "
-           "instrument's input and what is sent to the instrument is shown there; with --headless the instrument's bytes are read from "
-           "standard input and what is sent to the instrument is written to standard output, "
-           "and at the end of input the pending records are finished and the program exits"},
+           "instrument's input and what is sent to the instrument is shown there; with "
+           "--headless the instrument's bytes are read from standard input and what is sent to "
+           "the instrument is written to standard output, and at the end of input the pending "
+           "records are finished and the program exits"},
           {"--test",
            "open the Port Test window on the configuration's port instead of running it: see "
            "every character as it arrives, send characters, pulse DTR, send a BREAK, and "
