@@ -4,6 +4,7 @@
 // workloads (plain framing with the log translation, and the balance chain).
 
 #include "runtime/Acquisition.h"
+#include "support/ManualClock.h"
 
 #include <algorithm>
 #include <cstring>

@@ -9,7 +9,8 @@
 
 #include "FuzzSupport.h"
 #include "runtime/Acquisition.h"
-#include "serial/FakePort.h"
+#include "support/FakePort.h"
+#include "support/ManualClock.h"
 
 #include <algorithm>
 #include <string>

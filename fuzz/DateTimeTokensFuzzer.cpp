@@ -4,6 +4,7 @@
 
 #include "FuzzSupport.h"
 #include "engine/DateTimeTokens.h"
+#include "support/ManualClock.h"
 
 #include <string>
 

@@ -55,6 +55,7 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
 // The runtime window: the program ends when it closes.
 int RunWindowed(int argc, char** argv, const RunOptions& options) {
     QApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName(DesktopFileName);
     config::Config cfg;
     WindowedRuntime runtime(cfg);
     std::optional<int> finished;

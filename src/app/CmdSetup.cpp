@@ -34,6 +34,7 @@ int RunSetup(int argc, char** argv, const std::optional<std::string>& file) {
         return 2;
     }
     QApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName(DesktopFileName);
     // The runtime and Port Test windows come and go; the program ends with
     // the setup window.
     application.setQuitOnLastWindowClosed(false);

@@ -28,6 +28,10 @@ int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
 int RunPortTest(int argc, char** argv, const std::string& file,
                 const std::optional<std::string>& portPath);
 
+// The desktop entry (org.corvane.Corvane.desktop) and AppStream id the
+// windows belong to, so that a desktop shows them under Corvane's launcher.
+inline constexpr char DesktopFileName[] = "org.corvane.Corvane";
+
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);
 

@@ -24,11 +24,12 @@ const std::vector<CommandHelp>& Commands() {
           "window closes the runtime."},
          {{"--headless", "run without windows; messages go to standard error"},
           {"--virtual",
-           "use the virtual serial device instead of the port: in the window, what you type in "
-           "the Virtual Serial Device window is the instrument's input and what is sent to the "
-           "instrument is shown there; with --headless the instrument's bytes are read from "
-           "standard input and what is sent to the instrument is written to standard output, "
-           "and at the end of input the pending records are finished and the program exits"},
+           "use the virtual serial device instead of the port: in the window, the lines you send "
+           "from the Virtual Serial Device window (Enter adds a carriage return) are the "
+           "instrument's input and what is sent to the instrument is shown there; with "
+           "--headless the instrument's bytes are read from standard input and what is sent to "
+           "the instrument is written to standard output, and at the end of input the pending "
+           "records are finished and the program exits"},
           {"--test",
            "open the Port Test window on the configuration's port instead of running it: see "
            "every character as it arrives, send characters, pulse DTR, send a BREAK, and "
@@ -233,6 +234,15 @@ std::string CommandHelpText(const CommandHelp& command) {
         }
     }
     return out;
+}
+
+std::string VersionText(std::string_view version) {
+    return "corvane " + std::string(version) +
+           "\n"
+           "Copyright 2026 The Corvane developers\n"
+           "License GPLv3+: GNU GPL version 3 or later <https://gnu.org/licenses/gpl.html>.\n"
+           "This is free software: you are free to change and redistribute it.\n"
+           "There is NO WARRANTY, to the extent permitted by law.\n";
 }
 
 std::string ManPageCommands() {

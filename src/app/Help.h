@@ -46,4 +46,8 @@ int UsageError(std::string_view name);
 // The COMMANDS section of the manual page, in man(7) markup.
 std::string ManPageCommands();
 
+// `corvane --version`: "corvane VERSION", then the copyright and the
+// licence, as GNU programs print them.
+std::string VersionText(std::string_view version);
+
 } // namespace app

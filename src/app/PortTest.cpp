@@ -21,6 +21,7 @@ namespace app {
 int RunPortTest(int argc, char** argv, const std::string& file,
                 const std::optional<std::string>& portPath) {
     QApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName(DesktopFileName);
     // Set before anything opens: a signal that comes early closes the window
     // as soon as the event loop runs.
     std::unique_ptr<ui::PortTestWindow> window;

@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (command == "--version") {
-        std::printf("corvane %s\n", CORVANE_VERSION);
+        std::fputs(app::VersionText(CORVANE_VERSION).c_str(), stdout);
         return 0;
     }
     // Sub-command table: the first matching name runs.

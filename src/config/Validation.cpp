@@ -133,8 +133,9 @@ Check ValidateConfig(const Config& cfg) {
 }
 
 void ChooseEndOfRecordEvent(Config& cfg, Integer endEvent) {
-    if (endEvent != cfg.EndOfRecordEvent)
-        cfg.ConfigChanged = True;
+    if (endEvent == cfg.EndOfRecordEvent)
+        return;
+    cfg.ConfigChanged = True;
     cfg.EndOfRecordEvent = endEvent;
     if (endEvent == 2) {
         cfg.RecordStructure = 2;

@@ -49,9 +49,11 @@ Check ValidateConfig(const Config& cfg);
 // Numeric text as a sign-reserving number: " 20" for 20, "-3" for -3.
 std::string SignedNumberText(long value);
 
-// Choosing an end-of-record event. Event 2 (a fixed number of bytes) forces
-// fixed-length fields and 40 fields. Marks the configuration changed when the
-// event differs from the stored one.
+// Choosing an end-of-record event: when it differs from the stored one, it is
+// stored and the configuration marked changed, and changing to event 2 (a
+// fixed number of bytes) forces fixed-length fields and 40 fields. Choosing
+// the event already in force changes nothing, so the field count that the
+// field definitions derived stays.
 void ChooseEndOfRecordEvent(Config& cfg, Integer endEvent);
 void ChooseStartOfRecordEvent(Config& cfg, Integer startEvent);
 

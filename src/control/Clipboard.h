@@ -3,7 +3,7 @@
 // items ("app|topic!item" in the link format, beside the item's text as
 // plain text), and reading a link back for the paste commands. NoClipboard
 // stands in where there is none (the headless runtime): putting does nothing
-// and nothing can be pasted. RecordingClipboard is for tests.
+// and nothing can be pasted.
 
 #include <optional>
 #include <string>
@@ -23,17 +23,6 @@ class NoClipboard : public Clipboard {
 public:
     void PutLink(const std::string&, const std::string&) override {}
     std::optional<std::string> Link() override { return std::nullopt; }
-};
-
-class RecordingClipboard : public Clipboard {
-public:
-    std::optional<std::string> link;
-    std::string text;
-    void PutLink(const std::string& linkText, const std::string& plainText) override {
-        link = linkText;
-        text = plainText;
-    }
-    std::optional<std::string> Link() override { return link; }
 };
 
 } // namespace control

@@ -2,7 +2,8 @@
 // Corvane as a DDE client of other programs: conversations for Execute (the
 // target application command) and automatic links that follow another
 // program's item (the command-source and output-buffer links). The D-Bus
-// backend is DbusClient; FakeDdeClient records for tests.
+// backend is DbusClient; the tests use a recording fake
+// (tests/support/FakeDdeClient.h).
 //
 // Callbacks run from the event loop, between ticks or inside a pumped wait,
 // never from within a call of this interface.

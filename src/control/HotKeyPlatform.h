@@ -2,7 +2,8 @@
 // System-wide hot keys as the platform offers them: a key with modifiers is
 // taken for this program under an identifier, whichever window has the focus,
 // and every press of it comes back with that identifier. X11HotKeys grabs the
-// keys on the X root window; FakeHotKeyPlatform records for tests.
+// keys on the X root window; the tests record the calls with
+// tests/support/FakeHotKeyPlatform.h.
 
 #include <functional>
 

@@ -3,8 +3,8 @@
 // to steer a running runtime: queue output for the instrument, drive the
 // serial lines, switch timed output, reset, suspend and resume input, and ask
 // the runtime to exit. runtime::CoreRuntimeControl carries them out on the
-// acquisition loop, its port and the runtime state; FakeRuntimeControl
-// records them for tests.
+// acquisition loop, its port and the runtime state; the tests record them
+// with tests/support/FakeRuntimeControl.h.
 
 #include <istream>
 #include <memory>

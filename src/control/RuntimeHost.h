@@ -5,7 +5,6 @@
 // window, so there the window commands are accepted and do nothing.
 
 #include <string>
-#include <vector>
 
 namespace control {
 
@@ -22,16 +21,6 @@ public:
     // reopening the port with the file's line settings. The host may do this
     // right after the command returns, but never inside a tick.
     virtual void ReloadConfiguration(const std::string& file) = 0;
-};
-
-class RecordingRuntimeHost : public RuntimeHost {
-public:
-    std::vector<std::string> calls; // "normal", "minimize", "reload FILE"
-    void ShowNormal() override { calls.push_back("normal"); }
-    void Minimize() override { calls.push_back("minimize"); }
-    void ReloadConfiguration(const std::string& file) override {
-        calls.push_back("reload " + file);
-    }
 };
 
 } // namespace control

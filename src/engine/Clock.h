@@ -1,6 +1,7 @@
 #pragma once
 // Time as the runtime sees it: a millisecond tick count (GetTickCount, may
-// wrap) and the local date and time. Tests drive a ManualClock by hand.
+// wrap) and the local date and time, behind an interface so that tests can
+// drive time by hand.
 
 #include <cstdint>
 
@@ -20,18 +21,6 @@ public:
     virtual std::int32_t TickCount() = 0;
     // The local date and time, to the second.
     virtual DateTime Now() = 0;
-};
-
-class ManualClock : public Clock {
-public:
-    std::int32_t ticks = 0;
-    DateTime now{2026, 11, 15, 14, 5, 9};
-    std::int32_t TickCount() override { return ticks; }
-    DateTime Now() override { return now; }
-    void Advance(std::int32_t ms) {
-        ticks = static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) +
-                                          static_cast<std::uint32_t>(ms));
-    }
 };
 
 } // namespace engine

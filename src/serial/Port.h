@@ -1,8 +1,8 @@
 #pragma once
 // The open serial port as the runtime uses it. Implementations: PosixPort (a
 // real termios device), VirtualPort (the virtual serial device: no hardware,
-// input from a text buffer, output to a sink) and FakePort (records every
-// call, for tests).
+// input from a text buffer, output to a sink); the tests use
+// tests/support/FakePort.h, which records every call.
 
 #include <cstddef>
 #include <cstdint>

@@ -4,6 +4,7 @@
 #include "engine/DateTimeTokens.h"
 #include "engine/Expression.h"
 #include "engine/Format.h"
+#include "engine/PosixClock.h"
 #include "output/KeySender.h"
 
 #include "ui/AsciiChartDialog.h"
@@ -347,9 +348,9 @@ void FieldDefinitionDialog::ShowMacroCheck(const QLineEdit* box, QLabel* check) 
             ShowResult(check, "", false);
             return;
         }
-        // The date/time tokens are filled in before the text is parsed; any
-        // clock does, as they become digits.
-        engine::ManualClock clock;
+        // The date/time tokens are filled in before the text is parsed, as
+        // the runtime does; they become digits at any time.
+        engine::PosixClock clock;
         output::UsKeyboard keyboard;
         std::vector<std::uint16_t> queue;
         const int code =

@@ -3,6 +3,7 @@
 #include "analyzer/InputAnalysis.h"
 #include "ui/AsciiChartDialog.h"
 #include "ui/QtMessageSink.h"
+#include "ui/SendLine.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -85,25 +86,17 @@ PortTestWindow::PortTestWindow(config::Config& cfg, serial::Port& port,
     inputLayout->addLayout(counters);
     inputLayout->addWidget(preInput_);
 
-    // Output: what to send, and the lines.
+    // Output: what to send (Enter sends it as it is), and the lines.
     auto* outputBox = new QGroupBox(tr("Output"));
-    output_ = new QLineEdit;
-    output_->setObjectName("OutputBuffer");
-    output_->setFont(terminal);
-    auto* send = Button(tr("&Send"), "SendButton", outputBox);
-    auto* chart = Button(tr("ASCII C&hart"), "AsciiChartButton", outputBox);
+    output_ = new SendLine(outputBox);
     auto* dtr = Button(tr("&DTR~"), "DTRButton", outputBox);
     auto* brk = Button(tr("&Break"), "Command1", outputBox);
-    auto* outputRow = new QHBoxLayout;
-    outputRow->addWidget(output_, 1);
-    outputRow->addWidget(send);
-    outputRow->addWidget(chart);
     auto* lineRow = new QHBoxLayout;
     lineRow->addWidget(dtr);
     lineRow->addWidget(brk);
     lineRow->addStretch();
     auto* outputLayout = new QVBoxLayout(outputBox);
-    outputLayout->addLayout(outputRow);
+    outputLayout->addWidget(output_);
     outputLayout->addLayout(lineRow);
 
     analyze_ = Button(tr("&Analyze Input"), "AnalyzeButton", this);
@@ -143,9 +136,8 @@ PortTestWindow::PortTestWindow(config::Config& cfg, serial::Port& port,
     paste->setShortcut(QKeySequence::Paste);
 
     connect(clear, &QPushButton::clicked, this, [this] { ClearInput(); });
-    connect(send, &QPushButton::clicked, this, [this] { Send(); });
-    connect(output_, &QLineEdit::returnPressed, this, [this] { Send(); });
-    connect(chart, &QPushButton::clicked, this, [this] { PickCharacter(); });
+    output_->onSend = [this](const std::string& bytes) { Send(bytes); };
+    output_->pickCharacter = [this](int& code) { return pickCharacter && pickCharacter(code); };
     // The same pulse as the runtime window's DTR~ button.
     connect(dtr, &QPushButton::clicked, this, [this] { port_.PulseDTR(); });
     connect(brk, &QPushButton::clicked, this, [this] { serial::StartBreak(port_, breakTicks_); });
@@ -225,16 +217,9 @@ void PortTestWindow::ClearInput() {
     RefreshCounters();
 }
 
-void PortTestWindow::Send() {
-    pendingOutput_ += Latin1Bytes(output_->text());
+void PortTestWindow::Send(const std::string& bytes) {
+    pendingOutput_ += bytes;
     port_.FlushPendingOutput(pendingOutput_);
-}
-
-void PortTestWindow::PickCharacter() {
-    int code = 0;
-    if (pickCharacter && pickCharacter(code))
-        output_->insert(QString(QChar(code)));
-    output_->setFocus();
 }
 
 void PortTestWindow::Analyze() {

@@ -22,12 +22,13 @@
 
 class QCheckBox;
 class QLabel;
-class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 class QTimer;
 
 namespace ui {
+
+class SendLine;
 
 class PortTestWindow : public QMainWindow {
     Q_OBJECT
@@ -50,9 +51,8 @@ public:
     std::function<bool(int& code)> pickCharacter;
 
 private:
-    void Send();
+    void Send(const std::string& bytes);
     void ClearInput();
-    void PickCharacter();
     void Analyze();
     void Append(const std::string& shown);
     void RefreshCounters();
@@ -66,7 +66,7 @@ private:
     QLabel* selStart_;
     QLabel* selCount_;
     QCheckBox* preInput_;
-    QLineEdit* output_;
+    SendLine* output_;
     QPushButton* analyze_;
     QTimer* timer_;
 

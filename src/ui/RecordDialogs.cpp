@@ -213,13 +213,15 @@ bool EditRecordFraming(config::Config& cfg, config::MessageSink& messages, QWidg
             storeNumber(cfg.RecordLength, fixed.Number());
         return true;
     }
+    // A pause ends a record whatever its fields are: the structure follows,
+    // as it does after a carriage return or a special character.
     if (cfg.EndOfRecordEvent == 1) {
         NumberDialog timed({"Timed Input", "&Time between records (ticks of 1/20 s, 1 to 255):",
                             config::CheckTimeDelayTicks},
                            cfg.TimeDelayTicks, messages, parent);
-        if (run(timed))
-            storeNumber(cfg.TimeDelayTicks, timed.Number());
-        return true;
+        if (!run(timed))
+            return true;
+        storeNumber(cfg.TimeDelayTicks, timed.Number());
     }
     RecordStructureDialog structure(cfg, parent);
     if (!run(structure))

@@ -1,9 +1,9 @@
 #pragma once
 // How records are framed, as the setup window edits it: "Start and End Of
-// Record Events" first, then the dialog that follows the chosen end event
-// ("Fixed Length Record" for a fixed number of bytes, "Timed Input" for a
-// pause between records, else "Input Record Structure", and "Delimited
-// Record" for delimited fields). Each stores only on OK, marks the
+// Record Events" first, then the dialog that follows the chosen end event:
+// "Fixed Length Record" for a fixed number of bytes; otherwise "Input Record
+// Structure" (after "Timed Input" for a pause between records), and
+// "Delimited Record" for delimited fields. Each stores only on OK, marks the
 // configuration changed when a value differed, and refuses a value out of
 // range with its message, the focus on the box and nothing stored.
 

@@ -31,8 +31,9 @@ config::Flag FlagOf(const QCheckBox* box) {
 
 } // namespace
 
-AppSelectDialog::AppSelectDialog(config::Config& cfg, QWidget* parent)
-    : QDialog(parent), cfg_(cfg) {
+AppSelectDialog::AppSelectDialog(config::Config& cfg, config::MessageSink& messages,
+                                 QWidget* parent)
+    : QDialog(parent), cfg_(cfg), messages_(messages) {
     setWindowTitle("Send Keystrokes To:");
     auto* form = new QFormLayout;
     title_ = new QLineEdit(Latin1Text(cfg.TargetAppTitle), this);
@@ -58,8 +59,9 @@ AppSelectDialog::AppSelectDialog(config::Config& cfg, QWidget* parent)
     static_cast<QLabel*>(form->labelForField(commandRow))->setBuddy(command_);
     delay_ = new QLineEdit(QString::number(cfg.InterCharDelay), this);
     delay_->setObjectName("InterCharDelay");
-    // Digits only, as typed.
+    // Digits only, as typed: any other key beeps and is discarded.
     delay_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,9}"), delay_));
+    connect(delay_, &QLineEdit::inputRejected, this, [this] { messages_.Beep(); });
     form->addRow("Time &Delay Between Keystrokes (ms):", delay_);
     auto* note = new QLabel(
         "The Time Delay Between Keystrokes is the amount of time Corvane will wait between each "
@@ -156,7 +158,8 @@ QCheckBox* PreferencesDialog::Box(const char* objectName) const {
 void PreferencesDialog::ShowSample() {
     // 15 November 2026, 14:05:09, as the runtime window would show it.
     const engine::DateTime sample{2026, 11, 15, 14, 5, 9};
-    sample_->setText(Latin1Text(engine::FormatDateTime(sample, Latin1Bytes(format_->text()), locale_)));
+    sample_->setText(
+        Latin1Text(engine::FormatDateTime(sample, Latin1Bytes(format_->text()), locale_)));
 }
 
 void PreferencesDialog::accept() {
@@ -164,8 +167,8 @@ void PreferencesDialog::accept() {
     if (const config::Check bad = config::CheckDdeTopic(specify_->isChecked(), topic)) {
         if (bad->beep)
             messages_.Beep();
-        messages_.Show({bad->text, bad->title, config::MessageIcon::Exclamation,
-                        config::MessageButtons::Ok});
+        messages_.Show(
+            {bad->text, bad->title, config::MessageIcon::Exclamation, config::MessageButtons::Ok});
         topic_->setFocus();
         return; // nothing stored
     }
@@ -176,7 +179,7 @@ void PreferencesDialog::accept() {
     next.ActivateSuspended = FlagOf(Box("ActivateSuspended"));
     next.AlwaysOnTop = FlagOf(Box("AlwaysOnTop"));
     next.ButtonDisplay = static_cast<config::Integer>((Box("ShowDtr")->isChecked() ? 1 : 0) +
-                                                     2 * (Box("ShowBreak")->isChecked() ? 1 : 0));
+                                                      2 * (Box("ShowBreak")->isChecked() ? 1 : 0));
     next.ShowDateTime = FlagOf(Box("ShowDateTime"));
     next.DateTimeFormat = Latin1Bytes(format_->text());
     next.DdeTopicName = specify_->isChecked() ? topic : std::string();

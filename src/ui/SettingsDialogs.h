@@ -5,8 +5,8 @@
 //
 // AppSelectDialog, "Send Keystrokes To:": the target application's title bar
 // text, its command line (with a browse button) and the delay between
-// keystrokes (digits only). OK stores all three when one of them differs,
-// and then ActivateTarget = either text not empty.
+// keystrokes (digits only: any other key beeps and is discarded). OK stores all three when one of
+// them differs, and then ActivateTarget = either text not empty.
 //
 // PreferencesDialog, "Corvane Preferences": the log file, the five check
 // boxes, the two runtime window buttons (ButtonDisplay = DTR + 2 x BREAK),
@@ -30,7 +30,7 @@ namespace ui {
 class AppSelectDialog : public QDialog {
     Q_OBJECT
 public:
-    AppSelectDialog(config::Config& cfg, QWidget* parent = nullptr);
+    AppSelectDialog(config::Config& cfg, config::MessageSink& messages, QWidget* parent = nullptr);
     void accept() override;
 
     QLineEdit* Title() const { return title_; }
@@ -39,6 +39,7 @@ public:
 
 private:
     config::Config& cfg_;
+    config::MessageSink& messages_;
     QLineEdit* title_;
     QLineEdit* command_;
     QLineEdit* delay_;

@@ -157,15 +157,7 @@ void SetupWindow::BuildMenus() {
         }
     });
     file_->addAction("&Save", QKeySequence::Save, this, [this] { Save(); });
-    file_->addAction("Save &As...", QKeySequence::SaveAs, this, [this] {
-        QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
-                                                    "Corvane Config (*.QX3);;All Files (*)");
-        if (path.isEmpty())
-            return;
-        if (QFileInfo(path).suffix().isEmpty())
-            path += ".QX3";
-        SaveAs(Path(path));
-    });
+    file_->addAction("Save &As...", QKeySequence::SaveAs, this, [this] { AskAndSaveAs(); });
     recentSeparator_ = file_->addSeparator();
     file_->addSeparator();
     file_->addAction("E&xit", this, [this] { close(); });
@@ -212,7 +204,7 @@ void SetupWindow::BuildMenus() {
     });
     settings->addSeparator();
     settings->addAction("Send &Keystrokes To...", this, [this] {
-        AppSelectDialog dialog(cfg_, this);
+        AppSelectDialog dialog(cfg_, messages_, this);
         dialog.exec();
         Refresh();
     });
@@ -246,7 +238,7 @@ void SetupWindow::BuildMenus() {
         connect(modeActions_[m], &QAction::triggered, this, [this, m] {
             ChooseTransferMode(static_cast<config::Integer>(m));
             if (m == config::SendKeystrokes) {
-                AppSelectDialog dialog(cfg_, this);
+                AppSelectDialog dialog(cfg_, messages_, this);
                 dialog.exec();
             } else if (m == config::DdeServer) {
                 EditDde(DdeParametersDialog::TargetCommand);
@@ -293,8 +285,14 @@ void SetupWindow::BuildMenus() {
         QMessageBox::about(this, "About Corvane",
                            "<b>Corvane " CORVANE_VERSION "</b><p>Serial-port data acquisition "
                            "into keystrokes, D-Bus and log files.</p>"
-                           "<p>Copyright 2026 The Corvane developers. All rights reserved "
-                           "(the terms are in /usr/share/doc/corvane/copyright).</p>"
+                           "<p>Copyright 2026 The Corvane developers.</p>"
+                           "<p>Corvane is free software: you can redistribute it and/or "
+                           "modify it under the terms of the GNU General Public License as "
+                           "published by the Free Software Foundation, either version 3 of "
+                           "the License, or (at your option) any later version. There is NO "
+                           "WARRANTY, to the extent permitted by law. See the <a "
+                           "href=\"https://www.gnu.org/licenses/gpl-3.0.html\">GNU General "
+                           "Public License</a> (also in /usr/share/doc/corvane/copyright).</p>"
                            "<p>Built with Qt " QT_VERSION_STR
                            ", used under the GNU LGPL version 3 (Help &gt; About Qt).</p>");
     });
@@ -360,16 +358,8 @@ bool SetupWindow::MayLeave() {
     }
     if (answer == SaveAnswer::Cancel)
         return false;
-    if (answer == SaveAnswer::Save) {
-        if (cfg_.ConfigFileName.empty()) {
-            QString path = QFileDialog::getSaveFileName(this, "Save Configuration As", QString(),
-                                                        "Corvane Config (*.QX3);;All Files (*)");
-            if (path.isEmpty())
-                return false;
-            return SaveAs(Path(path));
-        }
+    if (answer == SaveAnswer::Save)
         return Save();
-    }
     return true;
 }
 
@@ -394,7 +384,7 @@ bool SetupWindow::Open(const std::string& path) {
 
 bool SetupWindow::Save() {
     if (cfg_.ConfigFileName.empty())
-        return false;
+        return AskAndSaveAs();
     if (!config::SaveConfigFile(cfg_)) {
         const std::string unkept = config::SettingTheFileCannotKeep(cfg_);
         messages_.Show({unkept.empty() ? "Cannot write " + cfg_.ConfigFileName : unkept,
@@ -408,7 +398,23 @@ bool SetupWindow::Save() {
     return true;
 }
 
+bool SetupWindow::AskAndSaveAs() {
+    QString path =
+        askFileName
+            ? askFileName()
+            : QFileDialog::getSaveFileName(this, "Save Configuration As",
+                                           QString::fromLocal8Bit(cfg_.ConfigFileName.c_str()),
+                                           "Corvane Config (*.QX3);;All Files (*)");
+    if (path.isEmpty())
+        return false;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += ".QX3";
+    return SaveAs(Path(path));
+}
+
 bool SetupWindow::SaveAs(const std::string& path) {
+    if (path.empty())
+        return false;
     const std::string previous = cfg_.ConfigFileName;
     cfg_.ConfigFileName = path;
     if (!Save()) {

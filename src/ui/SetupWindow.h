@@ -42,7 +42,12 @@ public:
     bool New();
     bool Open(const std::string& path);
     bool SaveAs(const std::string& path);
+    // Saves under the configuration's file name; an untitled configuration
+    // asks for one first, as Save As does.
     bool Save();
+    // Save As: asks for the file name (".QX3" added when it has no
+    // extension), then saves under it. False when the user cancelled.
+    bool AskAndSaveAs();
 
     // The Mode menu's choice without the dialog that follows it: the
     // transfer mode, marked changed when it differs.
@@ -60,6 +65,9 @@ public:
     // Asked before a changed configuration is left: Save, Discard or Cancel
     // (a message box unless a test answers).
     std::function<SaveAnswer()> askSave;
+    // Asked for Save As's file name (the file dialog unless a test answers);
+    // empty when the user cancelled.
+    std::function<QString()> askFileName;
 
     QMenu* FileMenu() const { return file_; }
     QLabel* Overview() const { return overview_; }

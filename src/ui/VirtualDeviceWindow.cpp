@@ -1,83 +1,93 @@
 #include "ui/VirtualDeviceWindow.h"
 
-#include <QKeyEvent>
+#include "ui/OutputStringEdit.h"
+#include "ui/SendLine.h"
+
+#include <QCheckBox>
+#include <QFontDatabase>
+#include <QGroupBox>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QVBoxLayout>
 
 namespace ui {
 
-std::string ShownByte(unsigned char byte) {
-    static const char* const names[32] = {
-        "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS",  "HT",  "LF",
-        "VT",  "FF",  "CR",  "SO",  "SI",  "DLE", "DC1", "DC2", "DC3", "DC4", "NAK",
-        "SYN", "ETB", "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
-    if (byte == '\n')
-        return "<LF>\n";
-    if (byte < 32)
-        return std::string("<") + names[byte] + ">";
-    if (byte == 127)
-        return "<DEL>";
-    return std::string(1, static_cast<char>(byte));
+namespace {
+
+QPlainTextEdit* Display(const char* name, int lines, QWidget* parent) {
+    auto* box = new QPlainTextEdit(parent);
+    box->setObjectName(name);
+    box->setReadOnly(true);
+    box->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    box->setMinimumHeight(box->fontMetrics().lineSpacing() * lines + 12);
+    return box;
+}
+
+void Append(QPlainTextEdit* box, const QString& text) {
+    box->moveCursor(QTextCursor::End);
+    box->insertPlainText(text);
+    box->ensureCursorVisible();
+}
+
+} // namespace
+
+QString ShownBytes(const std::string& bytes) {
+    QString shown = ReadableBytes(bytes);
+    shown.replace(QStringLiteral("<LF>"), QStringLiteral("<LF>\n"));
+    return shown;
 }
 
 VirtualDeviceWindow::VirtualDeviceWindow(QWidget* parent) : QWidget(parent, Qt::Window) {
-    setWindowTitle("Virtual Serial Device");
+    setWindowTitle(tr("Virtual Serial Device"));
     auto* layout = new QVBoxLayout(this);
-    auto* prompt = new QLabel("Type what the instrument sends. Enter sends a carriage return, "
-                              "which ends a line as most instruments do.");
+    auto* prompt = new QLabel(tr("You are the instrument. Type or paste what it sends and press "
+                                 "Enter; control characters come from the ASCII chart."),
+                              this);
     prompt->setWordWrap(true);
     layout->addWidget(prompt);
-    input_ = new QPlainTextEdit(this);
-    input_->setObjectName("VirtualInput");
-    input_->installEventFilter(this);
-    layout->addWidget(input_);
-    layout->addWidget(new QLabel("Sent to the instrument:"));
-    output_ = new QPlainTextEdit(this);
-    output_->setObjectName("VirtualOutput");
-    output_->setReadOnly(true);
-    layout->addWidget(output_);
-    resize(420, 300);
+
+    auto* toCorvane = new QGroupBox(tr("Output - (to Corvane)"), this);
+    sent_ = Display("VirtualInput", 4, toCorvane);
+    line_ = new SendLine(toCorvane);
+    line_->SetClearAfterSend(true);
+    line_->SetEnterEnding("\r");
+    enterSendsCr_ = new QCheckBox(tr("&Enter also sends a carriage return (CR)"), toCorvane);
+    enterSendsCr_->setObjectName("EnterSendsCr");
+    enterSendsCr_->setChecked(true);
+    auto* toLayout = new QVBoxLayout(toCorvane);
+    toLayout->addWidget(sent_, 1);
+    toLayout->addWidget(line_);
+    toLayout->addWidget(enterSendsCr_);
+    layout->addWidget(toCorvane, 1);
+
+    auto* fromCorvane = new QGroupBox(tr("Input - (from Corvane)"), this);
+    output_ = Display("VirtualOutput", 3, fromCorvane);
+    auto* fromLayout = new QVBoxLayout(fromCorvane);
+    fromLayout->addWidget(output_);
+    layout->addWidget(fromCorvane, 1);
+
+    connect(enterSendsCr_, &QCheckBox::toggled, this,
+            [this](bool on) { line_->SetEnterEnding(on ? "\r" : ""); });
+    line_->onSend = [this](const std::string& bytes) { Sent(bytes); };
+    // The line takes the keys as soon as the window is in front.
+    setFocusProxy(line_);
+    line_->setFocus();
+    resize(460, 380);
 }
 
-bool VirtualDeviceWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != input_ || event->type() != QEvent::KeyPress)
-        return QWidget::eventFilter(watched, event);
-    auto* key = static_cast<QKeyEvent*>(event);
-    std::string bytes;
-    if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter)
-        bytes = "\r";
-    else if (key->key() == Qt::Key_Tab)
-        bytes = "\t";
-    else if (key->key() == Qt::Key_Backspace)
-        bytes = "\b";
-    else if (key->key() == Qt::Key_Escape)
-        bytes = "\x1b";
-    else {
-        const QByteArray latin1 = key->text().toLatin1();
-        bytes.assign(latin1.constData(), static_cast<std::size_t>(latin1.size()));
-    }
-    if (bytes.empty())
-        return QWidget::eventFilter(watched, event); // arrows and the like move as usual
-    // The box shows what was sent; the input itself goes to the runtime.
-    input_->moveCursor(QTextCursor::End);
-    std::string shown = bytes == "\r" || bytes == "\t" ? (bytes == "\r" ? "\n" : "\t") : "";
-    if (shown.empty())
-        for (unsigned char c : bytes)
-            shown += ShownByte(c);
-    input_->insertPlainText(QString::fromLatin1(shown.data(), static_cast<qsizetype>(shown.size())));
+void VirtualDeviceWindow::Sent(const std::string& bytes) {
+    // One line on the screen per send, so that what went out together shows
+    // together.
+    QString shown = ShownBytes(bytes);
+    if (!shown.endsWith('\n'))
+        shown += '\n';
+    Append(sent_, shown);
     if (onInput)
         onInput(bytes);
-    return true;
 }
 
 void VirtualDeviceWindow::ShowOutput(const std::string& bytes) {
-    std::string shown;
-    for (unsigned char c : bytes)
-        shown += ShownByte(c);
-    output_->moveCursor(QTextCursor::End);
-    output_->insertPlainText(QString::fromLatin1(shown.data(), static_cast<qsizetype>(shown.size())));
-    output_->ensureCursorVisible();
+    Append(output_, ShownBytes(bytes));
 }
 
 } // namespace ui

@@ -56,7 +56,8 @@ TEST(HelpCommand, EveryCommandAnswersHelpAndAUsageErrorPointsToIt) {
         EXPECT_NE(wrong.err.find("corvane " + name + " --help"), std::string::npos) << wrong.err;
     }
     auto version = RunProgram({CORVANE_BINARY, "--version"});
-    EXPECT_EQ(version.out, "corvane " CORVANE_VERSION "\n");
+    EXPECT_EQ(version.out.substr(0, version.out.find('\n')), "corvane " CORVANE_VERSION);
+    EXPECT_NE(version.out.find("GNU GPL version 3 or later"), std::string::npos) << version.out;
 }
 
 TEST(HelpCommand, TheManualPageRendersWithEveryFormAndOption) {
@@ -71,4 +72,5 @@ TEST(HelpCommand, TheManualPageRendersWithEveryFormAndOption) {
             EXPECT_NE(page.find(std::string(option.option)), std::string::npos) << option.option;
     }
     EXPECT_EQ(page.find("@COMMANDS@"), std::string::npos);
+    EXPECT_NE(page.find("GNU General Public License"), std::string::npos); // the COPYRIGHT section
 }

@@ -1,5 +1,6 @@
 #include "config/QtSettingsStore.h"
 #include "config/RecentFiles.h"
+#include "support/MemorySettingsStore.h"
 
 #include <gtest/gtest.h>
 

@@ -95,6 +95,13 @@ TEST(CoupledSettings, FixedByteCountForcesFixedFieldsAndFortyOfThem) {
     Config same;
     ChooseEndOfRecordEvent(same, 0);
     EXPECT_EQ(same.ConfigChanged, False);
+
+    // Chosen again once the field definitions gave the count: it stays.
+    c.NumFields = 3;
+    c.ConfigChanged = False;
+    ChooseEndOfRecordEvent(c, 2);
+    EXPECT_EQ(c.NumFields, 3);
+    EXPECT_EQ(c.ConfigChanged, False);
 }
 
 TEST(CoupledSettings, LeadingFieldLengthsGiveTheFieldCount) {

@@ -3,8 +3,11 @@
 // clipboard and DDE client, with every Changed notice kept as "item=text".
 
 #include "control/DdeRuntime.h"
-#include "control/FakeDdeClient.h"
-#include "control/FakeRuntimeControl.h"
+#include "support/FakeDdeClient.h"
+#include "support/FakeRuntimeControl.h"
+#include "support/ManualClock.h"
+#include "support/RecordingClipboard.h"
+#include "support/RecordingRuntimeHost.h"
 
 #include <string>
 #include <vector>

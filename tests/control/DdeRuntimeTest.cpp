@@ -4,7 +4,7 @@
 
 #include "control/DdeNames.h"
 #include "control/DdeRig.h"
-#include "serial/FakePort.h"
+#include "support/FakePort.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 // names the hot-key editor shows.
 
 #include "control/HotKeys.h"
-#include "control/FakeHotKeyPlatform.h"
-#include "control/FakeRuntimeControl.h"
 #include "control/HotKeyNames.h"
+#include "support/FakeHotKeyPlatform.h"
+#include "support/FakeRuntimeControl.h"
 
 #include <gtest/gtest.h>
 

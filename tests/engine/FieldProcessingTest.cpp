@@ -1,5 +1,6 @@
 #include "engine/FieldProcessing.h"
 #include "output/RecordDispatch.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

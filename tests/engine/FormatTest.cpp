@@ -1,6 +1,7 @@
 #include "engine/Format.h"
 #include "engine/DateTimeTokens.h"
 #include "engine/FormatParts.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

@@ -6,6 +6,7 @@
 
 #include "engine/Clock.h"
 #include "output/KeySender.h"
+#include "support/ManualClock.h"
 
 #include <functional>
 

@@ -1,5 +1,6 @@
 #include "output/KeystrokeDispatch.h"
 #include "output/PumpedClock.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

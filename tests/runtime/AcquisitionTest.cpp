@@ -3,7 +3,8 @@
 // output, suspension and the deferred exit.
 
 #include "runtime/Acquisition.h"
-#include "serial/FakePort.h"
+#include "support/FakePort.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,8 @@
 // operations and the virtual-device rule, suspension, timed output and exit.
 
 #include "runtime/CoreRuntimeControl.h"
-#include "serial/FakePort.h"
+#include "support/FakePort.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,10 @@
 #include "runtime/Runtime.h"
 
 #include "config/ConfigFile.h"
+#include "support/ManualClock.h"
+#include "support/MemorySettingsStore.h"
 #include "support/ProcessRunner.h"
+#include "support/RecordingClipboard.h"
 #include "support/RecordingPlatform.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,11 @@
 #include "engine/PosixClock.h"
-#include "serial/FakePort.h"
 #include "serial/PortSettings.h"
 #include "serial/PosixPort.h"
 #include "serial/ReconnectingPort.h"
 #include "serial/VirtualPort.h"
+#include "support/FakePort.h"
+#include "support/ManualClock.h"
+#include "support/MemorySettingsStore.h"
 #include "support/PseudoTerminal.h"
 
 #include <gtest/gtest.h>

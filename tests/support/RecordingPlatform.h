@@ -4,12 +4,13 @@
 // virtual device's output, with every call in one list so that their order
 // shows.
 
-#include "control/FakeDdeClient.h"
-#include "control/FakeHotKeyPlatform.h"
 #include "engine/Clock.h"
 #include "runtime/Runtime.h"
-#include "serial/FakePort.h"
 #include "serial/ReconnectingPort.h"
+#include "support/FakeDdeClient.h"
+#include "support/FakeHotKeyPlatform.h"
+#include "support/FakePort.h"
+#include "support/ManualClock.h"
 
 #include <functional>
 #include <memory>

@@ -5,7 +5,7 @@
 #include "ui/PortTestWindow.h"
 #include "ui/QtMessageSink.h"
 
-#include "serial/FakePort.h"
+#include "support/FakePort.h"
 
 #include "OffscreenApp.h"
 

@@ -1,22 +1,22 @@
-// The runtime window and the virtual device window on the offscreen
-// platform, with a real runtime on a recording platform and the ticks driven
-// by hand.
+// The runtime window on the offscreen platform, with a real runtime on a
+// recording platform and the ticks driven by hand.
 
 #include "ui/RuntimeWindow.h"
 #include "ui/SetupWindow.h"
-#include "ui/VirtualDeviceWindow.h"
 
 #include "config/ConfigFile.h"
 #include "support/ProcessRunner.h"
 #include "support/RecordingPlatform.h"
 
 #include "OffscreenApp.h"
+#include "support/ManualClock.h"
+#include "support/MemorySettingsStore.h"
+#include "support/RecordingClipboard.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -245,17 +245,4 @@ TEST_F(RuntimeWindowTest, TheEditMenuCopiesItemsAsLinks) {
             EXPECT_FALSE(a->isEnabled()); // no command link is on
         }
     }
-}
-
-TEST_F(RuntimeWindowTest, TheVirtualDeviceTakesTypedKeysAsInputAndShowsOutputByName) {
-    ui::VirtualDeviceWindow device;
-    device.show();
-    std::string input;
-    device.onInput = [&](const std::string& bytes) { input += bytes; };
-    QTest::keyClicks(device.InputBox(), "12.5");
-    QTest::keyClick(device.InputBox(), Qt::Key_Return);
-    EXPECT_EQ(input, "12.5\r");
-    EXPECT_EQ(device.InputBox()->toPlainText(), "12.5\n");
-    device.ShowOutput("T\r\n\x02");
-    EXPECT_EQ(device.OutputBox()->toPlainText(), "T<CR><LF>\n<STX>");
 }

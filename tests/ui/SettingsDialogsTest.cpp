@@ -26,16 +26,21 @@ protected:
 } // namespace
 
 TEST_F(SettingsDialogsTest, SendKeystrokesToStoresTrimmedTextsAndDerivesActivateTarget) {
-    ui::AppSelectDialog unchanged(cfg);
+    ui::AppSelectDialog unchanged(cfg, messages);
     unchanged.accept();
     EXPECT_FALSE(cfg.ConfigChanged);
 
-    ui::AppSelectDialog dialog(cfg);
+    ui::AppSelectDialog dialog(cfg, messages);
     dialog.show();
     dialog.Title()->setText("  Untitled 1 - LibreOffice Calc  ");
     dialog.Delay()->clear();
     QTest::keyClicks(dialog.Delay(), "1x5");
     EXPECT_EQ(dialog.Delay()->text(), "15"); // only digits are taken
+    EXPECT_EQ(messages.beeps.size(), 1u);    // and the other key beeps
+    QTest::keyClick(dialog.Delay(), Qt::Key_Backspace);
+    QTest::keyClicks(dialog.Delay(), "5");
+    EXPECT_EQ(dialog.Delay()->text(), "15");
+    EXPECT_EQ(messages.beeps.size(), 1u); // Backspace is a key the box takes
     dialog.accept();
     EXPECT_EQ(cfg.TargetAppTitle, "Untitled 1 - LibreOffice Calc");
     EXPECT_EQ(cfg.InterCharDelay, 15);
@@ -43,7 +48,7 @@ TEST_F(SettingsDialogsTest, SendKeystrokesToStoresTrimmedTextsAndDerivesActivate
     EXPECT_TRUE(cfg.ConfigChanged);
 
     cfg.ConfigChanged = config::False;
-    ui::AppSelectDialog cleared(cfg);
+    ui::AppSelectDialog cleared(cfg, messages);
     cleared.Title()->clear();
     cleared.accept();
     EXPECT_EQ(cfg.TargetAppTitle, "");

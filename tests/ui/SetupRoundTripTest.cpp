@@ -18,6 +18,7 @@
 #include "support/ProcessRunner.h"
 
 #include "OffscreenApp.h"
+#include "support/MemorySettingsStore.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -129,7 +130,7 @@ TEST_F(SetupRoundTripTest, EverySectionEditedThroughItsDialogIsSavedAsEntered) {
     want.FieldFormat[3] = "Fixed";
 
     {
-        ui::AppSelectDialog app(cfg);
+        ui::AppSelectDialog app(cfg, messages);
         app.Title()->setText("Untitled - Sheet");
         app.Command()->setText("gnumeric");
         app.Delay()->setText("5");

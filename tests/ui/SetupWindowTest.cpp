@@ -8,11 +8,13 @@
 #include "support/ProcessRunner.h"
 
 #include "OffscreenApp.h"
+#include "support/MemorySettingsStore.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -117,6 +119,42 @@ TEST_F(SetupWindowTest, ChangesAreSavedDiscardedOrKeptAsTheUserAnswers) {
     EXPECT_TRUE(window.SaveAs(other));
     EXPECT_EQ(window.windowTitle(), "Corvane Setup - other.QX3");
     EXPECT_EQ(config::ReadRecentFiles(store).front(), other);
+}
+
+TEST_F(SetupWindowTest, SaveOnAnUntitledConfigurationAsksForAFileName) {
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    int asked = 0;
+    QString answer; // the user cancels the file dialog first
+    window.askFileName = [&] {
+        ++asked;
+        return answer;
+    };
+    cfg.PortNumber = 4;
+    cfg.ConfigChanged = config::True;
+    window.Refresh();
+    QTest::keyClick(&window, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(window.windowTitle(), "Corvane Setup (Untitled) *");
+    EXPECT_TRUE(messages.shown.empty()); // a cancelled dialog is no error
+
+    answer = QString::fromStdString((dir.path / "bench").string()); // no extension
+    QTest::keyClick(&window, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(asked, 2);
+    const std::string saved = (dir.path / "bench.QX3").string();
+    EXPECT_EQ(cfg.ConfigFileName, saved);
+    EXPECT_FALSE(cfg.ConfigChanged);
+    EXPECT_EQ(window.windowTitle(), "Corvane Setup - bench.QX3");
+    ASSERT_EQ(config::CheckConfigFile(saved, messages), 4); // line 2: the port
+    EXPECT_EQ(config::ReadRecentFiles(store).front(), saved);
+
+    // Named now: the next Save writes the file without asking.
+    cfg.PortNumber = 6;
+    cfg.ConfigChanged = config::True;
+    QTest::keyClick(&window, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(config::CheckConfigFile(saved, messages), 6);
 }
 
 TEST_F(SetupWindowTest, TheModeMenuShowsAndChangesTheTransferMode) {
