@@ -5,6 +5,7 @@
 
 #include "runtime/Acquisition.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <algorithm>
 #include <cstring>
@@ -92,7 +93,7 @@ struct EngineRig {
         dispatch = std::make_unique<output::RecordDispatch>(cfg, state, clock, messages, locale,
                                                             log, "/tmp");
         loop = std::make_unique<runtime::Acquisition>(cfg, state, port, clock, messages, locale,
-                                                     *dispatch);
+                                                      *dispatch);
         loop->Activate();
     }
 

@@ -11,6 +11,7 @@
 #include "runtime/Acquisition.h"
 #include "support/FakePort.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <algorithm>
 #include <string>

@@ -5,6 +5,7 @@
 
 #include "FuzzSupport.h"
 #include "config/ConfigFile.h"
+#include "support/RecordingMessageSink.h"
 
 #include <string>
 

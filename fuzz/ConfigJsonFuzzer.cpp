@@ -7,6 +7,7 @@
 #include "app/ConfigJson.h"
 #include "config/ConfigFile.h"
 #include "config/Validation.h"
+#include "support/RecordingMessageSink.h"
 
 #include <string>
 

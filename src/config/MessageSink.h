@@ -3,7 +3,6 @@
 // message box in the windowed program, standard error ("title: text") when
 // headless, a list in the tests. The core never shows anything itself.
 
-#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -53,35 +52,19 @@ public:
     void Beep(long) override {}
 };
 
-// Records every message and beep; answers from a queue (Ok when it is empty).
-// A question answered Deferred keeps its answer callback in later, for the
-// test to answer as a user would.
-class RecordingMessageSink : public MessageSink {
+// Keeps the messages instead of showing them, answering Ok (or the escape
+// answer of a question): what a check would have told the user becomes, say,
+// the reason a command from another program is refused.
+class KeptMessages : public MessageSink {
 public:
-    std::vector<Message> shown;
-    std::vector<Message> retracted;
-    std::vector<long> beeps;
-    std::deque<MessageAnswer> answers;
-    std::vector<std::function<void(MessageAnswer)>> later;
-
+    std::vector<Message> kept;
     MessageAnswer Show(const Message& message) override {
-        shown.push_back(message);
-        if (answers.empty())
-            return message.buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel
-                                                                  : MessageAnswer::Ok;
-        MessageAnswer a = answers.front();
-        answers.pop_front();
-        return a;
+        kept.push_back(message);
+        return message.buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel
+               : message.buttons == MessageButtons::YesNo     ? MessageAnswer::No
+                                                              : MessageAnswer::Ok;
     }
-    MessageAnswer Ask(const Message& message,
-                      std::function<void(MessageAnswer)> answered) override {
-        const MessageAnswer a = Show(message);
-        if (a == MessageAnswer::Deferred)
-            later.push_back(std::move(answered));
-        return a;
-    }
-    void Retract(const Message& message) override { retracted.push_back(message); }
-    void Beep(long soundType = 0) override { beeps.push_back(soundType); }
+    void Beep(long) override {}
 };
 
 } // namespace config

@@ -325,11 +325,11 @@ bool CommandInterpreter::Config(const Call& call) {
     const std::string path = LocalPath(call.argument);
     // A command is refused without a message box: what the check would say
     // is the refusal's reason.
-    config::RecordingMessageSink unseen;
+    config::KeptMessages unseen;
     const int portNumber = config::CheckConfigFile(path, unseen);
     if (portNumber < 0)
-        return Refuse(!unseen.shown.empty() ? unseen.shown.front().text
-                                            : path + " cannot be read as a configuration");
+        return Refuse(!unseen.kept.empty() ? unseen.kept.front().text
+                                           : path + " cannot be read as a configuration");
     if (portNumber != t_.cfg.PortNumber)
         return Refuse(path + " is a configuration for COM" + std::to_string(portNumber + 1) +
                       ", and this runtime reads " + config::PortName(t_.cfg));

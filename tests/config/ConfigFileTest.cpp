@@ -1,4 +1,5 @@
 #include "config/ConfigFile.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

@@ -7,6 +7,7 @@
 #include "support/FakeRuntimeControl.h"
 #include "support/ManualClock.h"
 #include "support/RecordingClipboard.h"
+#include "support/RecordingMessageSink.h"
 #include "support/RecordingRuntimeHost.h"
 
 #include <string>

@@ -1,6 +1,7 @@
 #include "engine/FieldProcessing.h"
 #include "output/RecordDispatch.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

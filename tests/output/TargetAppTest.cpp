@@ -1,6 +1,7 @@
 #include "output/KeystrokeDispatch.h"
 #include "output/PumpedClock.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

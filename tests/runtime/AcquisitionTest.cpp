@@ -5,6 +5,7 @@
 #include "runtime/Acquisition.h"
 #include "support/FakePort.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

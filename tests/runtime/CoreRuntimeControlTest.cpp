@@ -4,6 +4,7 @@
 #include "runtime/CoreRuntimeControl.h"
 #include "support/FakePort.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

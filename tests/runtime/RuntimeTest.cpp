@@ -9,6 +9,7 @@
 #include "support/MemorySettingsStore.h"
 #include "support/ProcessRunner.h"
 #include "support/RecordingClipboard.h"
+#include "support/RecordingMessageSink.h"
 #include "support/RecordingPlatform.h"
 
 #include <gtest/gtest.h>

@@ -7,6 +7,7 @@
 #include "support/ManualClock.h"
 #include "support/MemorySettingsStore.h"
 #include "support/PseudoTerminal.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 

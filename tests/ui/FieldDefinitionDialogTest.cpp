@@ -8,6 +8,7 @@
 
 #include "OffscreenApp.h"
 #include "output/KeySender.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -261,9 +262,11 @@ TEST_F(FieldDefinitionDialogTest, MacrosSayWhetherTheyAreKeystrokesOrHowTheModeU
     cfg.TransferMode = config::LogToDisk;
     ui::FieldDefinitionDialog log(cfg, messages, locale);
     log.Postamble()->setText("{FOO}");
-    EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text, date and time tokens filled in.");
+    EXPECT_EQ(log.PostambleCheck()->text(),
+              "Log To Disk mode writes this text, date and time tokens filled in.");
     log.Postamble()->setText(QString(50, 'x'));
-    EXPECT_EQ(log.PostambleCheck()->text(), "Log To Disk mode writes this text, date and time tokens filled in.");
+    EXPECT_EQ(log.PostambleCheck()->text(),
+              "Log To Disk mode writes this text, date and time tokens filled in.");
     log.Postamble()->setText(QString(50, 'x') + " mg\t;\t\r\n");
     EXPECT_EQ(log.PostambleCheck()->text(),
               "Log To Disk mode writes this text, date and time tokens filled in.\nAlso holds "
@@ -333,9 +336,10 @@ TEST_F(FieldDefinitionDialogTest, ThePickersInsertAtTheCursor) {
     });
     log.findChild<QPushButton*>("PreambleChars")->click();
     // The box cannot show a carriage return; the check line names it.
-    EXPECT_EQ(log.PreambleCheck()->text(),
-              "Log To Disk mode writes this text, date and time tokens filled in.\nAlso holds <CR>, "
-              "which the box cannot show.");
+    EXPECT_EQ(
+        log.PreambleCheck()->text(),
+        "Log To Disk mode writes this text, date and time tokens filled in.\nAlso holds <CR>, "
+        "which the box cannot show.");
     log.accept();
     EXPECT_EQ(cfg.RecordPreamble, "\r");
 }

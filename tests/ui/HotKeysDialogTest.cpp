@@ -7,6 +7,7 @@
 #include "ui/OutputStringEdit.h"
 
 #include "OffscreenApp.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -4,6 +4,7 @@
 #include "ui/PortSetupDialog.h"
 
 #include "OffscreenApp.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -1,13 +1,14 @@
 // The Port Test window's real widgets on the offscreen platform, on a
 // recording port, with the ticks driven by hand.
 
-#include "ui/AsciiChartDialog.h"
 #include "ui/PortTestWindow.h"
+#include "ui/AsciiChartDialog.h"
 #include "ui/QtMessageSink.h"
 
 #include "support/FakePort.h"
 
 #include "OffscreenApp.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -59,9 +60,11 @@ TEST_F(PortTestWindowTest, ShowsWhatArrivesAndCountsEveryByte) {
     Arrive(std::string("  12.345 g\r\n", 12));
     Arrive(std::string("A\0B\rC\nD", 7));
     window->Tick(); // the counters follow one tick later, as the display does
-    EXPECT_EQ(window->InputText(), std::string("  12.345 g\r\nA\xff" "B\rC\nD"));
+    EXPECT_EQ(window->InputText(), std::string("  12.345 g\r\nA\xff"
+                                               "B\rC\nD"));
     // CR LF, CR and LF each start a line; the counters still count them.
-    EXPECT_EQ(buffer->toPlainText(), QString::fromLatin1("  12.345 g\nA\xff" "B\nC\nD"));
+    EXPECT_EQ(buffer->toPlainText(), QString::fromLatin1("  12.345 g\nA\xff"
+                                                         "B\nC\nD"));
     EXPECT_EQ(Counter("BufByteCount"), "19");
     EXPECT_TRUE(Find<QPushButton>("AnalyzeButton")->isEnabled());
     EXPECT_EQ(buffer->textCursor().position(), buffer->toPlainText().size()) << "caret follows";
@@ -81,7 +84,8 @@ TEST_F(PortTestWindowTest, ShowsWhatArrivesAndCountsEveryByte) {
 
     // A selection stays while more arrives.
     Arrive("E");
-    EXPECT_EQ(buffer->textCursor().selectedText(), QString::fromLatin1("A\xff" "B"));
+    EXPECT_EQ(buffer->textCursor().selectedText(), QString::fromLatin1("A\xff"
+                                                                       "B"));
 
     Click("BufferClearButton");
     EXPECT_EQ(buffer->toPlainText(), "");

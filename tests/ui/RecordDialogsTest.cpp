@@ -4,6 +4,7 @@
 #include "ui/RecordDialogs.h"
 
 #include "OffscreenApp.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -12,6 +12,7 @@
 #include "support/ManualClock.h"
 #include "support/MemorySettingsStore.h"
 #include "support/RecordingClipboard.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QAction>
 #include <QApplication>

@@ -19,6 +19,7 @@
 
 #include "OffscreenApp.h"
 #include "support/MemorySettingsStore.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>

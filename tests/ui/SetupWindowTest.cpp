@@ -9,6 +9,7 @@
 
 #include "OffscreenApp.h"
 #include "support/MemorySettingsStore.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QAction>
 #include <QApplication>

@@ -13,6 +13,7 @@
 #include "ui/SendLine.h"
 
 #include "OffscreenApp.h"
+#include "support/RecordingMessageSink.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -66,8 +67,8 @@ protected:
     config::MemorySettingsStore store;
     control::RecordingClipboard clipboard;
     config::Config record; // the program's configuration record
-    runtime::Runtime runtime{{platform, record, messages, clock, store, clipboard, engine::Locale{},
-                              dir.path.string()}};
+    runtime::Runtime runtime{
+        {platform, record, messages, clock, store, clipboard, engine::Locale{}, dir.path.string()}};
     ui::VirtualDeviceWindow device;
 };
 
