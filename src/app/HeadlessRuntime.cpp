@@ -45,12 +45,19 @@ bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& op
                         config::MessageIcon::Information, config::MessageButtons::Ok});
     QObject::connect(&timer_, &QTimer::timeout, [this] { Tick(); });
     timer_.start(50);
+    arrivals_.Follow();
+    if (virtualDevice_) {
+        stdinNotifier_ = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
+        QObject::connect(stdinNotifier_.get(), &QSocketNotifier::activated,
+                         [this] { ReadStandardInput(); });
+    }
     return true;
 }
 
 void HeadlessRuntime::Tick() {
     ReadStandardInput();
     runtime_.Tick();
+    arrivals_.Follow();
 }
 
 void HeadlessRuntime::ReadStandardInput() {
@@ -63,8 +70,13 @@ void HeadlessRuntime::ReadStandardInput() {
         if (n > 0) {
             runtime_.VirtualInput(std::string_view(buffer, static_cast<std::size_t>(n)));
             total += static_cast<std::size_t>(n);
+            if (runtime_.Closing())
+                return;
         } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
             inputEnded_ = true;
+            // The end stays "readable": no more looks.
+            if (stdinNotifier_)
+                stdinNotifier_->setEnabled(false);
             runtime_.EndOfVirtualInput();
             return;
         } else {
@@ -80,6 +92,9 @@ void HeadlessRuntime::VirtualDeviceOutput(const std::string& bytes) {
 
 void HeadlessRuntime::Closed(int exitStatus) {
     timer_.stop();
+    arrivals_.Follow(); // the port is closed: nothing to watch
+    if (stdinNotifier_)
+        stdinNotifier_->setEnabled(false);
     if (onFinished)
         onFinished(exitStatus);
 }

@@ -5,6 +5,7 @@
 // port, XTest keystrokes and X11 hot keys when there is a display, the
 // session bus, and standard error for messages.
 
+#include "app/ArrivalWatcher.h"
 #include "app/DesktopServices.h"
 #include "config/MessageSink.h"
 #include "config/QtSettingsStore.h"
@@ -12,6 +13,7 @@
 #include "engine/PosixClock.h"
 #include "runtime/Runtime.h"
 
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <functional>
@@ -75,6 +77,9 @@ private:
     int stdinFlags_ = -1;
     // Last, so that it goes first: its Exit needs the parts above.
     runtime::Runtime runtime_;
+    ArrivalWatcher arrivals_{runtime_};
+    // Standard input of the virtual device, read as it arrives.
+    std::unique_ptr<QSocketNotifier> stdinNotifier_;
 };
 
 } // namespace app

@@ -65,8 +65,12 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
     }
     // What the start had to say stays above the runtime window from now on.
     messages_.SetParent(window_.get());
-    QObject::connect(&timer_, &QTimer::timeout, [this] { runtime_.Tick(); });
+    QObject::connect(&timer_, &QTimer::timeout, [this] {
+        runtime_.Tick();
+        arrivals_.Follow();
+    });
     timer_.start(50);
+    arrivals_.Follow();
     return true;
 }
 
@@ -108,6 +112,7 @@ void WindowedRuntime::Closing() {
 
 void WindowedRuntime::Closed(int exitStatus) {
     timer_.stop();
+    arrivals_.Follow(); // the port is closed: nothing to watch
     messages_.SetParent(nullptr);
     if (virtual_)
         virtual_->close();

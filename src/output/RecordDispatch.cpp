@@ -119,19 +119,28 @@ void RecordDispatch::ShowFields() {
         Show(i);
 }
 
-void RecordDispatch::Deliver() {
+inline bool RecordDispatch::DeliverInMode() {
     switch (cfg_.TransferMode) {
     case config::SendKeystrokes:
-        DeliverKeystrokes();
-        return;
+        return DeliverKeystrokes();
     case config::DdeServer:
         DeliverDde();
-        break;
+        return true;
     default:
         DeliverLog();
+        return true;
     }
-    if (delivered)
-        Announce();
+}
+
+void RecordDispatch::Deliver() {
+    // Without a reader of delivered records, the usual case, the delivery
+    // of the mode is the last thing done here.
+    if (delivered) [[unlikely]] {
+        if (DeliverInMode())
+            Announce();
+        return;
+    }
+    DeliverInMode();
 }
 
 void RecordDispatch::Announce() {
@@ -142,7 +151,7 @@ void RecordDispatch::Announce() {
     delivered(record);
 }
 
-void RecordDispatch::DeliverKeystrokes() {
+bool RecordDispatch::DeliverKeystrokes() {
     ShowFields();
     const std::string before = state_.RecordNumber;
     IncreaseRecordNumber();
@@ -161,10 +170,9 @@ void RecordDispatch::DeliverKeystrokes() {
             if (dde)
                 dde->RecordNumberChanged(before);
         }
-        return;
+        return false;
     }
-    if (delivered)
-        Announce();
+    return true;
 }
 
 void RecordDispatch::DeliverDde() {

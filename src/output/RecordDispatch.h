@@ -104,7 +104,10 @@ private:
     // Builds the record text into recordText_ and empties the fields.
     void BuildRecordText();
     void ShowFields();
-    void DeliverKeystrokes();
+    // Delivers in the transfer mode; false when the record was not
+    // delivered after all (a target that would not come to the front).
+    bool DeliverInMode();
+    bool DeliverKeystrokes();
     void DeliverDde();
     void DeliverLog();
     void DeliverLogFields();

@@ -96,6 +96,9 @@ void Acquisition::ResolveByteTables() {
         skipped_[b] = ordinary && !(framing & StartsRecord);
     }
     const int mode = cfg_.RecordMode;
+    // A record that ends on a pause ends on a tick, counted from the tick
+    // that read its last byte: those modes read on the tick only.
+    readsOnArrival_ = mode != 1 && mode != 4 && mode != 5;
     runsAppend_ = mode == 0 || mode == 1 || mode == 2 || mode == 4;
     runsEndRecords_ = mode == 0 || mode == 2;
 }
@@ -132,22 +135,8 @@ void Acquisition::ResolveByteTables() {
     if (state_.Suspended)
         return;
     state_.IdleTicks = static_cast<std::uint8_t>(state_.IdleTicks + 1);
-    while (true) {
-        if (receivedPos_ == receivedLen_) {
-            receivedPos_ = 0;
-            receivedLen_ = port_.Read(received_.data(), received_.size());
-            if (receivedLen_ == 0)
-                break;
-        }
-        if (!TakeRun()) {
-            const std::uint8_t byte = received_[receivedPos_++];
-            Step([&] { FrameByte(state_, cfg_, byte); });
-        }
-        // A one-shot record or a cancelled log write suspends input: the
-        // rest stays unread until input resumes.
-        if (state_.Suspended)
-            return;
-    }
+    if (!ReadAndFrame())
+        return;
     Step([&] {
         if (cfg_.EndOfRecordEvent == 1 && state_.RecordActive &&
             state_.IdleTicks == cfg_.TimeDelayTicks) {
@@ -166,6 +155,45 @@ void Acquisition::ResolveByteTables() {
                 hooks.exitAction();
         }
     }
+}
+
+// Flattened like the tick, for the same reason.
+[[gnu::flatten]] bool Acquisition::ReadAndFrame() {
+    while (true) {
+        if (receivedPos_ == receivedLen_) {
+            receivedPos_ = 0;
+            receivedLen_ = port_.Read(received_.data(), received_.size());
+            if (receivedLen_ == 0)
+                return true;
+        }
+        if (!TakeRun()) {
+            const std::uint8_t byte = received_[receivedPos_++];
+            Step([&] { FrameByte(state_, cfg_, byte); });
+        }
+        // A one-shot record or a cancelled log write suspends input: the
+        // rest stays unread until input resumes.
+        if (state_.Suspended)
+            return false;
+    }
+}
+
+bool Acquisition::ReadsOnArrival() const {
+    return readsOnArrival_ && !state_.Suspended && !state_.InTick;
+}
+
+void Acquisition::InputArrived() {
+    if (!ReadsOnArrival())
+        return;
+    // Marked as a tick: a tick that the timer starts while a record read
+    // here is delivered (and events are pumped) is skipped.
+    TickGuard guard(state_.InTick);
+    ReadAndFrame();
+    // The acknowledgement of a record goes out with it, not a tick later.
+    if (!state_.PendingOutput.empty() || !state_.OutputFiles.empty())
+        Step([&] {
+            TopUpPendingOutput(state_);
+            port_.FlushPendingOutput(state_.PendingOutput);
+        });
 }
 
 void Acquisition::TimedOutput() {

@@ -43,6 +43,16 @@ public:
     // The tick.
     void Timer1_Timer();
 
+    // Bytes have arrived between ticks: in the modes whose records end on a
+    // byte (an end character, a byte count, the last delimited field) they
+    // are read and framed now, so that a record is delivered as its last
+    // byte arrives. Records that end on a pause are read by the tick, which
+    // counts the pause. Nothing is read while input is suspended or a tick
+    // (or a delivery that pumps events) is in progress.
+    void InputArrived();
+    // Whether InputArrived would read now.
+    bool ReadsOnArrival() const;
+
     // One received byte through the handshake, the pre-input translation, the
     // start-of-record rule and the framing. The tick frames runs of ordinary
     // bytes at once, with exactly the result of this, byte after byte.
@@ -61,6 +71,9 @@ public:
 
 private:
     void ResolveByteTables();
+    // The byte loop: reads until the port holds nothing (true) or input is
+    // suspended on the way (false).
+    bool ReadAndFrame();
     void TimedOutput();
     // ProcessByte's work with the state and settings as parameters, so that
     // the per-byte path keeps them in registers (each one-byte store to the
@@ -108,6 +121,7 @@ private:
     // and LastCharWasSpace: runs of them are skipped at once.
     std::array<bool, 256> skipped_{};
     bool preInputIsIdentity_ = true;
+    bool readsOnArrival_ = false;
     bool runsAppend_ = false;
     bool runsEndRecords_ = false;
     // Bytes taken from the port and not framed yet: what a suspension leaves

@@ -121,8 +121,32 @@ bool Runtime::Start(bool virtualDevice) {
 }
 
 void Runtime::VirtualInput(std::string_view bytes) {
-    if (virtualPort_)
-        virtualPort_->VirtualInput.append(bytes);
+    if (!virtualPort_)
+        return;
+    virtualPort_->VirtualInput.append(bytes);
+    InputArrived();
+}
+
+void Runtime::InputArrived() {
+    // Inside a tick (an event pumped while a record is delivered) the tick's
+    // own byte loop reads what came, once the delivery is over.
+    if (exiting_ || !acquisition_ || state_.InTick)
+        return;
+    if (stopRequested_) {
+        Exit();
+        return;
+    }
+    if (pendingReload_)
+        Reload();
+    acquisition_->InputArrived();
+    if (stopRequested_ && !exiting_)
+        Exit();
+}
+
+int Runtime::ArrivalHandle() const {
+    if (exiting_ || !acquisition_ || !acquisition_->ReadsOnArrival())
+        return -1;
+    return port_->ArrivalHandle();
 }
 
 void Runtime::Tick() {

@@ -112,7 +112,17 @@ public:
     // finished as "{APPEXIT}" would.
     void Tick();
 
-    // Bytes the virtual device's instrument sent, and the end of them.
+    // Bytes have arrived at the port (its ArrivalHandle became readable):
+    // records that end on a byte are framed and delivered now rather than at
+    // the next tick (a reload asked for comes first, as on a tick).
+    void InputArrived();
+    // What the platform watches for arriving bytes: the port's handle, or
+    // -1 while nothing is to be read between ticks (the virtual device,
+    // records ending on a pause, input suspended, a tick in progress).
+    int ArrivalHandle() const;
+
+    // Bytes the virtual device's instrument sent (framed at once, as bytes
+    // arriving at a port), and the end of them.
     void VirtualInput(std::string_view bytes);
     void EndOfVirtualInput() { inputEnded_ = true; }
     // Bytes given to the virtual device and not taken by the loop yet.

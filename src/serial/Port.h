@@ -36,6 +36,10 @@ public:
     // True while the device has gone away (adapter unplugged); reads give no
     // byte until it is back.
     virtual bool IsLost() const { return false; }
+    // A handle the platform can watch for arriving bytes (a file descriptor
+    // on POSIX), or -1 when there is none to watch (a closed or lost port,
+    // the virtual device). It changes when the port is opened again.
+    virtual int ArrivalHandle() const { return -1; }
 };
 
 // BREAK bookkeeping shared by every caller: StartBreak sets BREAK and

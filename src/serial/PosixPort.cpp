@@ -134,6 +134,8 @@ public:
         if (fd_ >= 0)
             ::tcflush(fd_, TCIOFLUSH);
     }
+    // A hung-up device would be "readable" for good: not watched once lost.
+    int ArrivalHandle() const override { return lost_ ? -1 : fd_; }
     void SetDTR(bool on) override { Line(TIOCM_DTR, on); }
     void SetRTS(bool on) override { Line(TIOCM_RTS, on); }
     void PulseDTR() override {
@@ -195,9 +197,8 @@ OpenFailure DescribeOpenFailure(const std::string& device, int error) {
     failure.ownerGroup = owner->gr_name;
     std::vector<gid_t> groups(static_cast<std::size_t>(std::max(::getgroups(0, nullptr), 0)));
     const int n = ::getgroups(static_cast<int>(groups.size()), groups.data());
-    if (::getegid() == st.st_gid ||
-        std::find(groups.begin(), groups.begin() + std::max(n, 0), st.st_gid) !=
-            groups.begin() + std::max(n, 0)) {
+    if (::getegid() == st.st_gid || std::find(groups.begin(), groups.begin() + std::max(n, 0),
+                                              st.st_gid) != groups.begin() + std::max(n, 0)) {
         failure.membership = OpenFailure::Membership::InSession;
         return failure;
     }

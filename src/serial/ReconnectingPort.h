@@ -31,6 +31,7 @@ public:
     void ClearCommBreak() override;
     void ClosePort() override;
     bool IsLost() const override { return !port_; }
+    int ArrivalHandle() const override { return port_ ? port_->ArrivalHandle() : -1; }
     // Closes the device and opens it again at once with the opener (a new
     // configuration's line settings); when that fails the device counts as
     // lost and is tried again once a second.

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -231,6 +232,39 @@ TEST(RunCommand, AConfigurationThatStartsSuspendedSaysSoOnceAndReadsNothing) {
     EXPECT_NE(err.find("corvane dde execute Corvane Bench2 \"{RESUME}\""), std::string::npos)
         << err;
     EXPECT_FALSE(fs::exists(dir.path / "out.log"));
+    child.Signal(SIGTERM);
+    EXPECT_EQ(child.WaitExit(5s), 0);
+}
+
+TEST(RunCommand, ARecordEndingOnACharacterIsLoggedAsItsLastByteArrives) {
+    // Records written at random moments fall anywhere between two ticks, 50
+    // ms apart: read on the tick alone, about a third would be logged within
+    // 15 ms. Read as they arrive, nearly all are, even on a busy machine.
+    TempDir dir;
+    fs::path qx3 = MakeLogConfig(dir);
+    testsupport::PseudoTerminal pty;
+    ChildProcess child(
+        {CORVANE_BINARY, "run", "--headless", "--port", pty.slaveName(), qx3.string()});
+    const fs::path log = dir.path / "out.log";
+    ASSERT_TRUE(pty.Write("0\r"));
+    ASSERT_TRUE(WaitFor(10s, [&] { return fs::exists(log); })) << child.Stderr();
+    std::mt19937 random(7);
+    int quick = 0;
+    for (int i = 1; i <= 20; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 50));
+        const std::string record = std::to_string(i) + "\r";
+        const auto size = fs::file_size(log);
+        const auto start = std::chrono::steady_clock::now();
+        ASSERT_TRUE(pty.Write(record));
+        // Looked at every millisecond, for at most 2 s.
+        while (fs::file_size(log) < size + record.size() + 2 &&
+               std::chrono::steady_clock::now() - start < 2s)
+            std::this_thread::sleep_for(1ms);
+        const auto took = std::chrono::steady_clock::now() - start;
+        ASSERT_LT(took, 2s) << "record " << i << " was not logged";
+        quick += took < 15ms;
+    }
+    EXPECT_GE(quick, 17) << "records logged within 15 ms of their last byte, of 20";
     child.Signal(SIGTERM);
     EXPECT_EQ(child.WaitExit(5s), 0);
 }

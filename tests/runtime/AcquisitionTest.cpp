@@ -534,3 +534,75 @@ TEST(AcquisitionLoop, FramingWholeTicksMatchesFramingOneByteAtATime) {
         EXPECT_EQ(whole.state.OptoEchoPending, single.state.OptoEchoPending);
     }
 }
+
+TEST(AcquisitionLoop, RecordsThatEndOnAByteAreDeliveredAsTheirLastByteArrives) {
+    // Modes 0 (end character), 2 (delimited), 3 (byte count), 6 (fixed
+    // fields and an end character): no tick needed.
+    const struct {
+        int endEvent, structure;
+        std::string bytes;
+        std::vector<std::string> logged;
+    } cases[] = {
+        {0, 0, "12.5\r1", {"12.5\r"}},
+        {0, 1, "1,2\r3", {"12\r"}},
+        {2, 0, "123456", {"1234"}},
+        {0, 2, "ab\r", {"ab\r"}},
+    };
+    for (const auto& c : cases) {
+        Rig r;
+        r.cfg.EndOfRecordEvent = c.endEvent;
+        r.cfg.RecordStructure = c.structure;
+        r.cfg.NumFields = c.structure == 1 ? 2 : 1;
+        r.cfg.DelimiterChar = ",";
+        r.cfg.RecordLength = 4;
+        r.cfg.FieldLength[1] = 4;
+        r.cfg.AckString = "A";
+        r.Start();
+        ASSERT_TRUE(r.loop->ReadsOnArrival());
+        r.port.Feed(c.bytes);
+        r.loop->InputArrived();
+        EXPECT_EQ(r.log.lines, c.logged) << c.bytes;
+        // The acknowledgement goes out with the record, not a tick later.
+        EXPECT_EQ(r.port.written, "A") << c.bytes;
+        EXPECT_TRUE(r.port.input.empty()) << "what follows is framed too: " << c.bytes;
+        EXPECT_FALSE(r.state.InTick);
+    }
+}
+
+TEST(AcquisitionLoop, APauseStillCountsTicksAndNothingIsReadOnArrivalWhenItMustNotBe) {
+    // Records that end on a pause are read on the tick that counts it: three
+    // quiet ticks after the tick that read the last byte.
+    for (int structure : {0, 1, 2}) {
+        Rig r;
+        r.cfg.EndOfRecordEvent = 1;
+        r.cfg.RecordStructure = structure;
+        r.cfg.TimeDelayTicks = 3;
+        r.cfg.FieldLength[1] = 10;
+        r.Start();
+        EXPECT_FALSE(r.loop->ReadsOnArrival());
+        r.port.Feed("12.5");
+        r.loop->InputArrived();
+        EXPECT_EQ(r.port.input.size(), 4u) << "left for the tick";
+        r.Tick();
+        r.Tick();
+        r.Tick();
+        EXPECT_TRUE(r.log.lines.empty());
+        r.Tick();
+        EXPECT_EQ(r.log.lines, std::vector<std::string>{"12.5"}) << structure;
+    }
+    // Suspended, or inside a tick that waits in a delivery: left in the port.
+    Rig r;
+    r.Start();
+    r.loop->ToggleSuspend();
+    r.port.Feed("1\r");
+    r.loop->InputArrived();
+    EXPECT_TRUE(r.log.lines.empty());
+    r.loop->ToggleSuspend();
+    r.state.InTick = true;
+    EXPECT_FALSE(r.loop->ReadsOnArrival());
+    r.loop->InputArrived();
+    EXPECT_TRUE(r.log.lines.empty());
+    r.state.InTick = false;
+    r.loop->InputArrived();
+    EXPECT_EQ(r.log.lines, std::vector<std::string>{"1\r"});
+}

@@ -189,6 +189,39 @@ TEST(Runtime, EveryDeliveredRecordIsHandedOnWithItsNumberAndFieldsAsShown) {
     EXPECT_EQ(numbers, (std::vector<std::string>{"1", "2"}));
 }
 
+TEST(Runtime, VirtualInputIsFramedAsItComesAndTheHandleToWatchFollowsTheMode) {
+    RuntimeRig r;
+    ASSERT_TRUE(r.runtime.RunVirtual(r.Save("virtual.QX3")));
+    r.runtime.VirtualInput("12.5\r");
+    EXPECT_EQ(testsupport::ReadFileBytes(r.dir.path / "records.log"), "12.5\r\r\n");
+    EXPECT_EQ(r.runtime.ArrivalHandle(), -1); // the virtual device has nothing to watch
+
+    // A port's handle is watched while records end on a byte and input runs.
+    RuntimeRig normal;
+    ASSERT_TRUE(normal.runtime.RunNormal(normal.Save("normal.QX3")));
+    normal.platform.port->arrivalHandle = 7;
+    EXPECT_EQ(normal.runtime.ArrivalHandle(), 7);
+    normal.platform.port->Feed("3\r");
+    normal.runtime.InputArrived();
+    EXPECT_EQ(testsupport::ReadFileBytes(normal.dir.path / "records.log"), "3\r\r\n");
+    normal.runtime.ToggleSuspend();
+    EXPECT_EQ(normal.runtime.ArrivalHandle(), -1);
+    normal.runtime.ToggleSuspend();
+    // A reload asked for comes before the bytes that arrive after it: they
+    // are framed under the new configuration (a pause ends its records,
+    // and those are read on the tick).
+    const std::string timed =
+        normal.Save("timed.QX3", [](config::Config& c) { c.EndOfRecordEvent = 1; });
+    ASSERT_TRUE(normal.runtime.dde()->Execute("{CONFIG(" + timed + ")}"));
+    normal.platform.port->Feed("4\r");
+    normal.runtime.InputArrived();
+    EXPECT_EQ(normal.runtime.cfg().EndOfRecordEvent, 1);
+    EXPECT_EQ(normal.runtime.ArrivalHandle(), -1);
+    EXPECT_EQ(normal.platform.port->input.size(), 2u);
+    normal.runtime.Exit();
+    EXPECT_EQ(normal.runtime.ArrivalHandle(), -1);
+}
+
 TEST(Runtime, WithoutBusOrDisplayItSaysSoOnceAndStartsSuspendedAsAsked) {
     RuntimeRig r;
     r.platform.bus = false;

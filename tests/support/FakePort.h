@@ -20,6 +20,7 @@ public:
     std::vector<std::string> calls; // "DTR on", "RTS off", "BREAK on", "purge", "pulse", "close"
     bool real = true;
     bool lost = false;
+    int arrivalHandle = -1;
 
     void Feed(const std::string& bytes) {
         for (unsigned char c : bytes)
@@ -54,6 +55,7 @@ public:
     void ClosePort() override { calls.push_back("close"); }
     bool IsRealPort() const override { return real; }
     bool IsLost() const override { return lost; }
+    int ArrivalHandle() const override { return arrivalHandle; }
 };
 
 } // namespace serial
