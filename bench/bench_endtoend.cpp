@@ -30,6 +30,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Counts the lines of a file.
+std::size_t Lines(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::size_t n = 0;
+    std::string line;
+    while (std::getline(in, line))
+        ++n;
+    return n;
+}
+
 // A logging runtime: one line per record in its folder's bench.log.
 struct Instance : benchrig::RuntimeProcess {
     fs::path log;
@@ -44,14 +54,7 @@ struct Instance : benchrig::RuntimeProcess {
           log(dir / "bench.log") {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
     }
-    std::size_t LogLines() const {
-        std::ifstream in(log, std::ios::binary);
-        std::size_t n = 0;
-        std::string line;
-        while (std::getline(in, line))
-            ++n;
-        return n;
-    }
+    std::size_t LogLines() const { return Lines(log); }
 };
 
 void PseudoTerminalThroughput(benchmark::State& st) {
@@ -116,16 +119,6 @@ Clock::time_point WriteRecordAt115200(int master) {
     const auto last = Clock::now();
     [[maybe_unused]] ssize_t n = ::write(master, "\r", 1);
     return last;
-}
-
-// Counts the lines of a file.
-std::size_t Lines(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::size_t n = 0;
-    std::string line;
-    while (std::getline(in, line))
-        ++n;
-    return n;
 }
 
 // The floor: a loop that reads the pseudo-terminal as bytes arrive and

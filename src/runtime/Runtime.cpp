@@ -130,17 +130,24 @@ void Runtime::VirtualInput(std::string_view bytes) {
 void Runtime::InputArrived() {
     // Inside a tick (an event pumped while a record is delivered) the tick's
     // own byte loop reads what came, once the delivery is over.
+    Drive(&Acquisition::InputArrived);
+}
+
+bool Runtime::Drive(void (Acquisition::*step)()) {
+    // A step started from an event pumped inside a tick (while a record is
+    // typed or its program starts) does nothing: a stop, a reload and the
+    // end of the virtual input wait for the outer tick to end, with the
+    // record it delivers.
     if (exiting_ || !acquisition_ || state_.InTick)
-        return;
-    if (stopRequested_) {
-        Exit();
-        return;
+        return false;
+    if (!stopRequested_) {
+        if (pendingReload_)
+            Reload();
+        ((*acquisition_).*step)();
     }
-    if (pendingReload_)
-        Reload();
-    acquisition_->InputArrived();
     if (stopRequested_ && !exiting_)
         Exit();
+    return !exiting_;
 }
 
 int Runtime::ArrivalHandle() const {
@@ -150,25 +157,8 @@ int Runtime::ArrivalHandle() const {
 }
 
 void Runtime::Tick() {
-    // A tick started from an event pumped inside another one (while a
-    // record is typed or its program starts) does nothing: a stop, a reload
-    // and the end of the virtual input wait for the outer tick to end, with
-    // the record it delivers.
-    if (exiting_ || !acquisition_ || state_.InTick)
+    if (!Drive(&Acquisition::Timer1_Timer))
         return;
-    if (stopRequested_) {
-        Exit();
-        return;
-    }
-    if (pendingReload_)
-        Reload();
-    acquisition_->Timer1_Timer();
-    if (exiting_)
-        return;
-    if (stopRequested_) {
-        Exit();
-        return;
-    }
     if (virtualPort_ && inputEnded_ && state_.ExitCountdown == 0 && InputFinished())
         state_.ExitCountdown = -1;
 }

@@ -167,6 +167,11 @@ public:
 
 private:
     bool Run(const std::string& file, bool virtualDevice);
+    // Runs a step of the loop (the tick, or what arrived between ticks) as
+    // a tick runs: a reload asked for first, and a stop asked for meanwhile
+    // after it. False when the runtime has closed (or the step was skipped,
+    // inside a tick).
+    bool Drive(void (Acquisition::*step)());
     bool Start(bool virtualDevice);
     // Names the console-switch combinations among the registered hot keys
     // that were not named before.
