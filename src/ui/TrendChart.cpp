@@ -169,15 +169,28 @@ void TrendChart::FitValueAxis(QValueAxis* axis, double low, double high) {
         axis->setRange(0, 1);
         return;
     }
-    double pad = (high - low) * 0.05;
+    double pad = (high - low) * 0.03;
     if (pad == 0)
         pad = low == 0 ? 1 : std::abs(low) * 0.01;
-    axis->setRange(low - pad, high + pad);
-    axis->applyNiceNumbers();
-    // As many decimals as the steps between the labels need, the same on
-    // every label.
-    const double step = (axis->max() - axis->min()) / std::max(1, axis->tickCount() - 1);
-    const int decimals = step > 0 ? std::clamp(int(std::ceil(-std::log10(step) - 1e-9)), 0, 9) : 0;
+    low -= pad;
+    high += pad;
+    // About five steps of 1, 2, 2.5 or 5 times a power of ten, the range
+    // rounded out to whole steps, and as many decimals as a step needs.
+    const double rough = (high - low) / 5;
+    const double magnitude = std::pow(10.0, std::floor(std::log10(rough)));
+    const double mantissa = rough / magnitude;
+    const double nice = mantissa <= 1     ? 1
+                        : mantissa <= 2   ? 2
+                        : mantissa <= 2.5 ? 2.5
+                        : mantissa <= 5   ? 5
+                                          : 10;
+    const double step = nice * magnitude;
+    const double from = std::floor(low / step) * step;
+    const double to = std::ceil(high / step) * step;
+    axis->setRange(from, to);
+    axis->setTickCount(static_cast<int>(std::lround((to - from) / step)) + 1);
+    const int decimals = std::clamp(
+        static_cast<int>(-std::floor(std::log10(step) + 1e-9)) + (nice == 2.5 ? 1 : 0), 0, 9);
     axis->setLabelFormat(QString("%.%1f").arg(decimals));
 }
 

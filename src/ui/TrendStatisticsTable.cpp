@@ -38,8 +38,9 @@ TrendStatisticsTable::TrendStatisticsTable(const engine::Locale& locale, QWidget
         setHorizontalHeaderItem(c, item);
     }
     verticalHeader()->setVisible(false);
-    horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    horizontalHeader()->setSectionResizeMode(FieldColumn, QHeaderView::ResizeToContents);
+    // Every heading and figure whole, the figures side by side.
+    horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    horizontalHeader()->setMinimumSectionSize(80);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setAlternatingRowColors(true);

@@ -329,10 +329,11 @@ void TrendWindow::ShowState() {
     QLocale numbers(QLocale::English);
     QString text = QString("%1 records").arg(numbers.toString(qulonglong(data_.Delivered())));
     if (const auto first = data_.FirstTime()) {
-        text += QString(", %1 kept (%2 MB) since %3")
-                    .arg(numbers.toString(qulonglong(data_.Kept())))
-                    .arg(static_cast<double>(data_.MemoryBytes()) / 1e6, 0, 'f', 1)
-                    .arg(Clock(*first));
+        const double bytes = static_cast<double>(data_.MemoryBytes());
+        const QString memory = bytes < 1e6 ? QString("%1 kB").arg(bytes / 1e3, 0, 'f', 0)
+                                           : QString("%1 MB").arg(bytes / 1e6, 0, 'f', 1);
+        text += QString(", %1 kept (%2) since %3")
+                    .arg(numbers.toString(qulonglong(data_.Kept())), memory, Clock(*first));
     }
     records_->setText(text);
 }
