@@ -7,8 +7,8 @@
 #include "PrivateDisplay.h"
 
 #include <csignal>
-#include <fcntl.h>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -41,9 +41,11 @@ struct RuntimeProcess {
 
     // json gives the configuration for the runtime's folder; busAddress, when
     // not empty, is the session bus the runtime uses; display, when not
-    // empty, is the X display of a runtime with its window (else headless).
+    // empty, is the X display of a runtime with its window (else headless);
+    // option, when not empty, is one more option of `corvane run`.
     explicit RuntimeProcess(const std::function<std::string(const std::filesystem::path&)>& json,
-                            const std::string& busAddress = "", const std::string& display = "") {
+                            const std::string& busAddress = "", const std::string& display = "",
+                            const std::string& option = "") {
         char tmpl[] = "/tmp/corvane-bench-XXXXXX";
         dir = mkdtemp(tmpl);
         std::ofstream(dir / "cfg.json") << json(dir);
@@ -64,6 +66,9 @@ struct RuntimeProcess {
             if (!display.empty()) {
                 setenv("DISPLAY", display.c_str(), 1);
                 setenv("XDG_CONFIG_HOME", dir.c_str(), 1); // the window's place stays here
+                if (!option.empty())
+                    execl(CORVANE_BINARY, CORVANE_BINARY, "run", option.c_str(), "--port", name,
+                          (dir / "b.QX3").c_str(), nullptr);
                 execl(CORVANE_BINARY, CORVANE_BINARY, "run", "--port", name,
                       (dir / "b.QX3").c_str(), nullptr);
             } else {

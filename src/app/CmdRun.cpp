@@ -25,6 +25,7 @@ struct RunOptions {
     bool virtualDevice = false;
     bool testMode = false;
     bool headless = false;
+    bool trend = false;
     std::optional<std::string> portPath;
     std::string file;
 };
@@ -40,6 +41,8 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
             options.testMode = true;
         else if (a == "--headless")
             options.headless = true;
+        else if (a == "--trend")
+            options.trend = true;
         else if (a == "--port" && i + 1 < args.size())
             options.portPath = args[++i];
         else if (!a.empty() && a[0] != '-' && options.file.empty())
@@ -47,7 +50,8 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
         else
             return std::nullopt;
     }
-    if (options.file.empty() || (options.virtualDevice && options.testMode))
+    if (options.file.empty() || (options.virtualDevice && options.testMode) ||
+        (options.trend && options.testMode))
         return std::nullopt;
     return options;
 }
@@ -74,6 +78,7 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options.virtualDevice;
     runtimeOptions.portPath = options.portPath;
+    runtimeOptions.trend = options.trend;
     // Not started: the program ends once its message has been read.
     if (!runtime.Activate(options.file, runtimeOptions)) {
         if (!finished)
@@ -101,6 +106,12 @@ int CmdRun(int argc, char** argv, const Args& args) {
     }
     if (!options->headless)
         return RunWindowed(argc, argv, *options);
+    if (options->trend) {
+        std::fputs("corvane: --trend opens the trend window beside the runtime window; it has no "
+                   "headless form\n",
+                   stderr);
+        return 2;
+    }
     QCoreApplication application(argc, argv);
     StderrMessageSink messages;
     HeadlessRuntime runtime(messages);

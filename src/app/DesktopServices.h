@@ -38,6 +38,7 @@ inline std::string HomeFolder() {
 struct RuntimeOptions {
     bool virtualDevice = false;
     std::optional<std::string> portPath;
+    bool trend = false; // the trend window opens with the runtime window
 };
 
 class DesktopServices {

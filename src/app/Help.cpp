@@ -9,7 +9,7 @@ namespace app {
 const std::vector<CommandHelp>& Commands() {
     static const std::vector<CommandHelp> commands = {
         {"run",
-         {"run [--virtual|--test] [--headless] [--port PATH] FILE"},
+         {"run [--virtual|--test] [--headless] [--trend] [--port PATH] FILE"},
          "activate the configuration FILE at once",
          {"Opens the port of the configuration FILE (a .QX3 file) and runs it: records are "
           "framed, their fields processed and each record delivered as the configuration says "
@@ -34,6 +34,10 @@ const std::vector<CommandHelp>& Commands() {
            "open the Port Test window on the configuration's port instead of running it: see "
            "every character as it arrives, send characters, pulse DTR, send a BREAK, and "
            "analyse the input; an accepted analysis is written into FILE"},
+          {"--trend",
+           "open the trend window beside the runtime window at the start (View > Trend opens "
+           "it later): every field that reads as a number plotted live against time, with its "
+           "count, last value, minimum, maximum, mean, standard deviation and rate of change"},
           {"--port PATH",
            "open PATH (/dev/ttyUSB0, a /dev/serial/by-id name, a pseudo-terminal) instead of "
            "the device the configuration's COM name is mapped to"}}},

@@ -38,6 +38,7 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         virtual_->onInput = [this](const std::string& bytes) { runtime_.VirtualInput(bytes); };
     }
     window_->onCloseRequested = [this] { runtime_.RequestStop(); };
+    window_->onTrendRequested = [this] { ShowTrend(); };
     if (!run()) {
         window_.reset();
         virtual_.reset();
@@ -63,6 +64,8 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         virtual_->move(at);
         virtual_->show();
     }
+    if (options.trend)
+        ShowTrend();
     // What the start had to say stays above the runtime window from now on.
     messages_.SetParent(window_.get());
     QObject::connect(&timer_, &QTimer::timeout, [this] {
@@ -72,6 +75,27 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
     timer_.start(50);
     arrivals_.Follow();
     return true;
+}
+
+void WindowedRuntime::ShowTrend() {
+    if (!trend_ && window_) {
+        trend_ = std::make_unique<ui::TrendWindow>(runtime_.cfg(), engine::ReadProcessLocale(),
+                                                   wallClock_, store_);
+        trend_->SetCaption(window_->windowTitle());
+        QObject::connect(window_.get(), &QWidget::windowTitleChanged, trend_.get(),
+                         &ui::TrendWindow::SetCaption);
+        runtime_.OnRecordDelivered(
+            [this](const output::DeliveredRecord& record) { trend_->RecordDelivered(record); });
+        QRect occupied = window_->frameGeometry();
+        if (virtual_ && virtual_->isVisible())
+            occupied |= virtual_->frameGeometry();
+        trend_->PlaceBeside(occupied);
+    }
+    if (!trend_)
+        return;
+    trend_->show();
+    trend_->raise();
+    trend_->activateWindow();
 }
 
 void WindowedRuntime::VirtualDeviceOutput(const std::string& bytes) {
@@ -116,6 +140,8 @@ void WindowedRuntime::Closed(int exitStatus) {
     messages_.SetParent(nullptr);
     if (virtual_)
         virtual_->close();
+    if (trend_)
+        trend_->close();
     if (window_)
         window_->RuntimeClosed();
     if (onFinished)

@@ -2,7 +2,9 @@
 // The runtime with its window: the shared runtime ticked by a 50 ms timer,
 // shown in the runtime window (and, on the virtual device, the virtual
 // serial device window beside it), with the desktop's clipboard. Closing the
-// window closes the runtime in order.
+// window closes the runtime in order. The trend window opens from the
+// runtime window's View menu (or at the start); once open it takes every
+// delivered record until the runtime closes, also while it is hidden.
 //
 // While the runtime runs, its messages (a device lost and back, no session
 // bus, a log that cannot be written, a program that cannot start) are boxes
@@ -15,9 +17,11 @@
 #include "config/QtSettingsStore.h"
 #include "engine/PosixClock.h"
 #include "runtime/Runtime.h"
+#include "trend/PosixWallClock.h"
 #include "ui/QtClipboard.h"
 #include "ui/QtMessageSink.h"
 #include "ui/RuntimeWindow.h"
+#include "ui/TrendWindow.h"
 #include "ui/VirtualDeviceWindow.h"
 
 #include <QTimer>
@@ -52,6 +56,9 @@ public:
 
     ui::RuntimeWindow* window() const { return window_.get(); }
     ui::VirtualDeviceWindow* virtualDevice() const { return virtual_.get(); }
+    // Opens the trend window (made the first time), or brings it to the front.
+    void ShowTrend();
+    ui::TrendWindow* trend() const { return trend_.get(); }
     runtime::Runtime& runtime() { return runtime_; }
 
 private:
@@ -84,6 +91,8 @@ private:
     std::unique_ptr<ui::RuntimeWindow> window_;
     std::unique_ptr<ui::VirtualDeviceWindow> virtual_;
     std::string pendingOutput_; // sent before the virtual device window exists
+    trend::PosixWallClock wallClock_;
+    std::unique_ptr<ui::TrendWindow> trend_;
     runtime::Runtime runtime_;
     ArrivalWatcher arrivals_{runtime_};
 };

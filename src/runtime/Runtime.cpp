@@ -180,7 +180,15 @@ bool Runtime::InputFinished() {
 }
 
 void Runtime::OnRecordDelivered(std::function<void(const output::DeliveredRecord&)> hook) {
-    recordDelivered_ = std::move(hook);
+    recordReaders_.push_back(std::move(hook));
+    // One reader is called directly; more through this loop.
+    if (recordReaders_.size() == 1)
+        recordDelivered_ = recordReaders_.front();
+    else
+        recordDelivered_ = [this](const output::DeliveredRecord& record) {
+            for (const auto& reader : recordReaders_)
+                reader(record);
+        };
     if (dispatch_)
         dispatch_->delivered = recordDelivered_;
 }

@@ -156,8 +156,9 @@ public:
     // suspension (the caption and the menu follow it).
     std::function<void(const std::string& item, const std::string& text)> itemChanged;
     std::function<void()> suspendChanged;
-    // Called with every record delivered, in every transfer mode (nothing is
-    // gathered for it while there is no such hook).
+    // Adds a reader of every record delivered, in every transfer mode;
+    // readers are called in the order they were added (nothing is gathered
+    // for them while there is none).
     void OnRecordDelivered(std::function<void(const output::DeliveredRecord&)> hook);
 
     config::Config& cfg() { return cfg_; }
@@ -216,7 +217,8 @@ private:
     std::unique_ptr<control::HotKeys> hotKeys_;
     bool noHotKeyDisplay_ = false; // said once, not again at a reload
     std::vector<std::string> consoleKeysNamed_;
-    std::function<void(const output::DeliveredRecord&)> recordDelivered_;
+    std::vector<std::function<void(const output::DeliveredRecord&)>> recordReaders_;
+    std::function<void(const output::DeliveredRecord&)> recordDelivered_; // calls them all
     std::optional<std::string> pendingReload_;
     bool inputEnded_ = false;
     bool stopRequested_ = false;

@@ -237,6 +237,13 @@ void RuntimeWindow::BuildMenus() {
         ->setObjectName("DDEKillBuffer");
     connect(edit_, &QMenu::aboutToShow, this, [this] { RefreshEditMenu(); });
     RefreshEditMenu();
+
+    QMenu* view = menuBar()->addMenu("&View");
+    trend_ = view->addAction("&Trend", QKeySequence("Ctrl+T"), this, [this] {
+        if (onTrendRequested)
+            onTrendRequested();
+    });
+    trend_->setObjectName("Trend");
     RefreshTimedOutput();
 }
 

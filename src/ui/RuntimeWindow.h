@@ -4,7 +4,8 @@
 // counter) and the date/time; a button per output string, and DTR~ and BREAK
 // as the configuration asks; the Corvane menu (suspend and resume, resume
 // for one record, timed output, reset, exit) and the Edit menu (copy an item
-// as a link, paste, refresh and terminate both DDE links); a tray icon whose
+// as a link, paste, refresh and terminate both DDE links), and the View menu
+// (the trend window); a tray icon whose
 // click brings the window back. Its caption follows the suspension. Closing
 // it, by the menu, the window manager, "{APPEXIT}" or a signal, closes the
 // runtime.
@@ -53,6 +54,8 @@ public:
     // The user (or the window manager) closed the window; the runtime is to
     // close.
     std::function<void()> onCloseRequested;
+    // View > Trend: the program opens (or raises) the trend window.
+    std::function<void()> onTrendRequested;
     // Set once the runtime has closed: the window then really closes.
     void RuntimeClosed();
 
@@ -69,6 +72,7 @@ public:
     QAction* ResetAction() const { return reset_; }
     QAction* ExitAction() const { return exit_; }
     QMenu* EditMenu() const { return edit_; }
+    QAction* TrendAction() const { return trend_; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -94,6 +98,7 @@ private:
     QAction* reset_ = nullptr;
     QAction* exit_ = nullptr;
     QMenu* edit_ = nullptr;
+    QAction* trend_ = nullptr;
     QSystemTrayIcon* tray_ = nullptr;
     bool built_ = false;
     bool minimizeWhenExposed_ = false;
