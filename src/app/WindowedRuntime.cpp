@@ -2,7 +2,10 @@
 
 #include "engine/ProcessLocale.h"
 
+#include <QApplication>
 #include <QScreen>
+
+#include <algorithm>
 
 namespace app {
 
@@ -107,9 +110,17 @@ void WindowedRuntime::VirtualDeviceOutput(const std::string& bytes) {
 
 output::KeystrokeDelivery* WindowedRuntime::Keystrokes(config::Config& cfg) {
     output::KeystrokeDelivery* delivery = desktop_.Keystrokes(cfg);
-    // Nothing is typed while the runtime's own window is in front.
-    if (auto* keystrokes = desktop_.keystrokes(); keystrokes && window_)
-        keystrokes->ownWindow = static_cast<output::WindowId>(window_->winId());
+    // Nothing is typed while a window of the program is in front: the
+    // runtime window, the virtual device (whose input the keys would become),
+    // the trend window or a message box.
+    if (auto* keystrokes = desktop_.keystrokes())
+        keystrokes->ownWindow = [](output::WindowId w) {
+            const QWidgetList windows = QApplication::topLevelWidgets();
+            return std::any_of(windows.begin(), windows.end(), [w](const QWidget* window) {
+                return window->internalWinId() != 0 &&
+                       static_cast<output::WindowId>(window->internalWinId()) == w;
+            });
+        };
     return delivery;
 }
 

@@ -94,8 +94,8 @@ bool KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildR
             return false;
         }
     }
-    if (ownWindow != 0 && windows_.ForegroundWindow() == ownWindow)
-        return true; // the runtime's own window is in front: nothing is typed
+    if (ownWindow && ownWindow(windows_.ForegroundWindow()))
+        return true; // a window of the runtime is in front: nothing is typed
     sender_.SimSendKeys(text, cfg_.InterCharDelay);
     if (activation.TargetWasIconic && target)
         windows_.Minimize(target);

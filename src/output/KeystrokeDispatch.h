@@ -37,8 +37,10 @@ public:
 
     bool DeliverRecord(const std::function<std::string()>& buildRecordText) override;
 
-    // The runtime's own window; nothing is typed while it is in front.
-    WindowId ownWindow = 0;
+    // Whether a window is one of the runtime's own (its window, the virtual
+    // device, the trend window, its message boxes): nothing is typed while
+    // one is in front, as the keys would land in the runtime itself.
+    std::function<bool(WindowId)> ownWindow;
 
 private:
     bool Launch(WindowId& target, WindowId& returnWindow);

@@ -321,6 +321,23 @@ TEST(TargetApplication, KeysWaitUntilTheTargetHoldsTheFocusAndTheUsersWindowGets
     EXPECT_EQ(windows.calls.front(), "activate 2");
 }
 
+TEST(TargetApplication, NothingIsTypedWhileAnyWindowOfTheRuntimeIsInFront) {
+    // Without a target title the keys go to the window in front; when that
+    // is one of the runtime's own (here the virtual device's, whose input
+    // the keys would become), the record is counted and nothing is typed.
+    FocusRig rig;
+    auto& [windows, launcher, cfg, keyboard, clock, sender, messages, dispatch] = rig;
+    cfg.TargetAppTitle.clear();
+    cfg.ActivateTarget = 0;
+    windows.stack = {{7, "Virtual Serial Device"}, {1, "Mail"}};
+    dispatch.ownWindow = [](WindowId w) { return w == 6 || w == 7; };
+    EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("1"); }));
+    EXPECT_TRUE(keyboard.into.empty());
+    windows.stack = {{1, "Mail"}, {7, "Virtual Serial Device"}};
+    EXPECT_TRUE(dispatch.DeliverRecord([] { return std::string("2"); }));
+    EXPECT_EQ(keyboard.into, std::vector<WindowId>(2, 1));
+}
+
 TEST(TargetApplication, ATargetThatNeverGetsTheFocusGetsNothingAndIsReportedOnce) {
     FocusRig rig;
     auto& [windows, launcher, cfg, keyboard, clock, sender, messages, dispatch] = rig;

@@ -8,9 +8,9 @@
 #include "ui/TrendStatisticsTable.h"
 
 #include "config/ConfigFile.h"
-#include "support/ProcessRunner.h"
 #include "support/ManualClock.h"
 #include "support/MemorySettingsStore.h"
+#include "support/ProcessRunner.h"
 #include "support/RecordingClipboard.h"
 #include "support/RecordingMessageSink.h"
 #include "support/RecordingPlatform.h"
