@@ -22,10 +22,6 @@ namespace app {
 
 namespace {
 
-// The command line waits longer for an answer than the runtime's own client
-// (which never waits): a busy runtime answers between two ticks.
-constexpr int AnswerTimeoutMs = 5000;
-
 // The message for an answer that is not a success, and the exit status 1.
 int Report(const control::DdeAnswer& answer, const std::string& busName, const std::string& what) {
     std::string text;
@@ -79,7 +75,7 @@ int Watch(const std::string& app, const std::string& topic, const std::string& i
     events.failed = [&] {
         // Asked once more, to say why.
         auto answer = control::CallDde(QDBusConnection::sessionBus(), busName, "Request", {item},
-                                       AnswerTimeoutMs);
+                                       RuntimeAnswerTimeoutMs);
         if (answer.kind == control::DdeAnswer::Ok)
             answer = {control::DdeAnswer::Failed, "", "no answer in time"};
         finish(Report(answer, busName, item));
@@ -114,15 +110,16 @@ int CmdDde(int argc, char** argv, const Args& args) {
         const std::string busName = control::DdeBusName(app, topic);
         const QDBusConnection bus = QDBusConnection::sessionBus();
         if (verb == "execute") {
-            status = Report(control::CallDde(bus, busName, "Execute", {args[3]}, AnswerTimeoutMs),
-                            busName, args[3]);
-        } else if (verb == "poke") {
             status =
-                Report(control::CallDde(bus, busName, "Poke", {args[3], args[4]}, AnswerTimeoutMs),
+                Report(control::CallDde(bus, busName, "Execute", {args[3]}, RuntimeAnswerTimeoutMs),
                        busName, args[3]);
+        } else if (verb == "poke") {
+            status = Report(
+                control::CallDde(bus, busName, "Poke", {args[3], args[4]}, RuntimeAnswerTimeoutMs),
+                busName, args[3]);
         } else {
             const auto answer =
-                control::CallDde(bus, busName, "Request", {args[3]}, AnswerTimeoutMs);
+                control::CallDde(bus, busName, "Request", {args[3]}, RuntimeAnswerTimeoutMs);
             if (answer.kind == control::DdeAnswer::Ok)
                 PrintLine(answer.text);
             status = Report(answer, busName, args[3]);

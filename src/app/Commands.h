@@ -18,8 +18,9 @@ int CmdExpand(const Args& args);                     // expand TEXT [--now ISO]
 int CmdKeys(const Args& args);                       // keys [--dry-run] [--window TITLE] STRING
 int CmdRun(int argc, char** argv, const Args& args); // run [--virtual|--test] [--headless] ...
 int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke|watch ...
-int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
-int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
+int CmdAnalyze(const Args& args); // analyze --port PATH [--seconds N] [--apply FILE]
+int CmdPorts(const Args& args);   // ports | ports map COMn DEVICE
+int CmdHotkey(int argc, char** argv, const Args& args); // hotkey TOPIC SLOT
 
 // The setup window (`corvane [FILE]`); the exit status.
 int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
@@ -31,6 +32,11 @@ int RunPortTest(int argc, char** argv, const std::string& file,
 // The desktop entry (org.corvane.Corvane.desktop) and AppStream id the
 // windows belong to, so that a desktop shows them under Corvane's launcher.
 inline constexpr char DesktopFileName[] = "org.corvane.Corvane";
+
+// How long a command waits for a runtime to answer over the bus: longer than
+// the runtime's own client (which never waits), as a busy runtime answers
+// between two ticks.
+inline constexpr int RuntimeAnswerTimeoutMs = 5000;
 
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);

@@ -99,6 +99,19 @@ const std::vector<CommandHelp>& Commands() {
           "--dest org.corvane.Corvane.COM1 --object-path /org/corvane/Dde --method "
           "org.corvane.Dde1.Execute '{BEEP}'"},
          {}},
+        {"hotkey",
+         {"hotkey TOPIC SLOT"},
+         "press a hot key slot of a running runtime",
+         {"Runs the action of hot key slot SLOT (0 to 49; the Hot Keys dialog lists slot 0 "
+          "as 1 and shows the command for the slot it edits) of the running runtime whose "
+          "DDE topic is TOPIC (its port name, such as COM1, unless the configuration names "
+          "another), over the session bus, as if its key combination had been pressed. Where "
+          "Corvane cannot take a key combination itself (a Wayland desktop, a combination "
+          "another program holds), bind this command to a key in the desktop's keyboard "
+          "settings. Any D-Bus tool works too: gdbus call --session --dest "
+          "org.corvane.Corvane.COM1 --object-path /org/corvane/Dde --method "
+          "org.corvane.Runtime1.PressHotKey 0"},
+         {}},
         {"analyze",
          {"analyze --port PATH [--seconds N] [--apply FILE]"},
          "listen to a port and propose a record structure",
@@ -211,8 +224,8 @@ std::string OverviewHelp() {
 std::string UsageLines(const CommandHelp& command) {
     std::string out;
     for (std::size_t i = 0; i < command.forms.size(); ++i)
-        out += (i == 0 ? "Usage: corvane " : "       corvane ") + std::string(command.forms[i]) +
-               '\n';
+        out +=
+            (i == 0 ? "Usage: corvane " : "       corvane ") + std::string(command.forms[i]) + '\n';
     return out;
 }
 

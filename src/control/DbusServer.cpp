@@ -21,6 +21,9 @@ const char* const IntrospectionXml = R"(<interface name="org.corvane.Dde1">
   </method>
   <signal name="Changed"><arg name="item" type="s"/><arg name="text" type="s"/></signal>
 </interface>
+<interface name="org.corvane.Runtime1">
+  <method name="PressHotKey"><arg name="slot" type="i" direction="in"/></method>
+</interface>
 )";
 
 bool AllStrings(const QList<QVariant>& args, qsizetype count) {
@@ -44,7 +47,8 @@ public:
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
         if (message.type() != QDBusMessage::MethodCallMessage ||
-            (!message.interface().isEmpty() && message.interface() != DdeInterface))
+            (!message.interface().isEmpty() && message.interface() != DdeInterface &&
+             message.interface() != RuntimeInterface))
             return false;
         connection.send(Answer(message));
         return true;
@@ -54,6 +58,15 @@ private:
     QDBusMessage Answer(const QDBusMessage& message) {
         const QString member = message.member();
         const QList<QVariant> args = message.arguments();
+        if (member == QLatin1String("PressHotKey")) {
+            if (args.size() != 1 || args[0].metaType().id() != QMetaType::Int)
+                return message.createErrorReply(QDBusError::InvalidArgs,
+                                                "PressHotKey takes the slot, an int32");
+            std::string why;
+            if (handler_.PressHotKey(args[0].toInt(), why))
+                return message.createReply();
+            return message.createErrorReply(RuntimeErrorNoHotKey, FromBytes(why));
+        }
         if (member == QLatin1String("Execute") && AllStrings(args, 1)) {
             if (handler_.Execute(ToBytes(args[0].toString())))
                 return message.createReply();

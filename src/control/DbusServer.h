@@ -37,5 +37,4 @@ private:
     bool serving_ = false;
 };
 
-
 } // namespace control

@@ -12,6 +12,10 @@ inline constexpr const char* DdeObjectPath = "/org/corvane/Dde";
 inline constexpr const char* DdeInterface = "org.corvane.Dde1";
 inline constexpr const char* DdeErrorRefused = "org.corvane.Dde1.Error.Refused";
 inline constexpr const char* DdeErrorUnknownItem = "org.corvane.Dde1.Error.UnknownItem";
+// Beside DDE, the same object serves what belongs to a running runtime
+// rather than to DDE: PressHotKey(i slot) runs a hot key slot's action.
+inline constexpr const char* RuntimeInterface = "org.corvane.Runtime1";
+inline constexpr const char* RuntimeErrorNoHotKey = "org.corvane.Runtime1.Error.NoHotKey";
 // The application name under which every runtime serves its topic.
 inline constexpr const char* DdeServerApp = "Corvane";
 // How long a client waits for another program to answer an Execute.

@@ -1,6 +1,7 @@
 #include "control/DdeRuntime.h"
 
 #include "control/DdeNames.h"
+#include "control/HotKeys.h"
 
 namespace control {
 
@@ -24,6 +25,21 @@ void DdeRuntime::Stop() {
 
 std::string DdeRuntime::BusName() const {
     return DdeBusName(DdeServerApp, config::DdeTopic(cfg_));
+}
+
+bool DdeRuntime::PressHotKey(int slot, std::string& why) {
+    if (slot < 0 || slot >= config::NumHotKeys) {
+        why = "there is no hot key slot " + std::to_string(slot) + ": the slots are 0 to " +
+              std::to_string(config::NumHotKeys - 1);
+        return false;
+    }
+    const HotKey hotKey = HotKeyFor(cfg_, slot);
+    if (hotKey.virtualKey == 0) {
+        why = "hot key slot " + std::to_string(slot) + " has no key and no action";
+        return false;
+    }
+    RunHotKeyAction(hotKey, runtime_);
+    return true;
 }
 
 bool DdeRuntime::Execute(const std::string& command) {

@@ -65,6 +65,7 @@ public:
     std::optional<std::string> Request(const std::string& item) override;
     // A poke to "CommandBuffer" is a command: Refused when it is refused.
     PokeResult Poke(const std::string& item, const std::string& text) override;
+    bool PressHotKey(int slot, std::string& why) override;
 
     // DDE Server delivery.
     void FieldChanged(int field, const std::string& text) override;

@@ -22,6 +22,14 @@ public:
     // An item's text, or nullopt when there is no such item.
     virtual std::optional<std::string> Request(const std::string& item) = 0;
     virtual PokeResult Poke(const std::string& item, const std::string& text) = 0;
+    // A hot key slot pressed from outside (a key binding of the desktop, run
+    // as a command): its action runs as if its combination had been pressed.
+    // False, with why, for a slot that is not one of 0..49 or has no key.
+    virtual bool PressHotKey(int slot, std::string& why) {
+        (void)slot;
+        why = "this server has no hot keys";
+        return false;
+    }
 };
 
 // The server's place on the bus: published under a name, it forwards the

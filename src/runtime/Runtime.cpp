@@ -303,10 +303,16 @@ void Runtime::StartHotKeys() {
         hotKeyPlatform_ = platform_.NewHotKeyPlatform();
         if (!hotKeyPlatform_) {
             noHotKeyDisplay_ = true;
-            messages_.Show({"Hot keys need an X display, and none can be opened: this runtime "
-                            "goes on without its hot keys.",
-                            Caption(), config::MessageIcon::Exclamation,
-                            config::MessageButtons::Ok});
+            // Bound to a key of the desktop, the command presses a slot over
+            // the bus, where the runtime serves.
+            std::string text = "Hot keys need an X display, and none can be opened: this "
+                               "runtime goes on without its hot keys.";
+            if (ddeBus_ && ddeBus_->Serving())
+                text += " A key of your desktop's keyboard settings can press one with the "
+                        "command: corvane hotkey " +
+                        config::DdeTopic(cfg_) + " SLOT (SLOT 0 is the Hot Keys dialog's slot 1).";
+            messages_.Show(
+                {text, Caption(), config::MessageIcon::Exclamation, config::MessageButtons::Ok});
             return;
         }
         hotKeys_ = std::make_unique<control::HotKeys>(cfg_, *control_, *hotKeyPlatform_);

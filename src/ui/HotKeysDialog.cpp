@@ -20,6 +20,9 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cctype>
+
 namespace ui {
 
 namespace {
@@ -41,6 +44,21 @@ bool SameCombination(int a, int b) {
 }
 
 } // namespace
+
+std::string HotKeysDialog::HotKeyCommand(const std::string& topic, int slot) {
+    // Quoted as a shell wants a word with blanks or other special characters.
+    const bool plain = !topic.empty() && std::all_of(topic.begin(), topic.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
+    });
+    std::string word = topic;
+    if (!plain) {
+        word = "'";
+        for (char c : topic)
+            word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        word += "'";
+    }
+    return "corvane hotkey " + word + " " + std::to_string(slot);
+}
 
 std::string HotKeysDialog::DuplicateMessage(const std::string& name, int firstSlot) {
     return name + " is already the hot key of slot " + std::to_string(firstSlot + 1) +
@@ -90,6 +108,10 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
     keyNote_ = new QLabel(editBox);
     keyNote_->setObjectName("KeyNote");
     keyNote_->setWordWrap(true);
+    // The same slot from a key of the desktop's own settings: what to bind.
+    command_ = new QLabel(editBox);
+    command_->setObjectName("HotKeyCommand");
+    command_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     action_ = new QComboBox(editBox);
     action_->setObjectName("Action");
     for (int action = 0; action < static_cast<int>(control::HotKeyActionCaptions().size());
@@ -102,6 +124,7 @@ HotKeysDialog::HotKeysDialog(config::Config& cfg, config::MessageSink& messages,
     form->addRow("K&ey:", keyRow);
     static_cast<QLabel*>(form->labelForField(keyRow))->setBuddy(key_);
     form->addRow("", keyNote_);
+    form->addRow("", command_);
     form->addRow("Ac&tion:", action_);
     form->addRow("Strin&g to Transmit:", text_);
     form->addRow("", text_->MakeSummaryLabel(editBox));
@@ -251,6 +274,9 @@ void HotKeysDialog::ShowKeyNote() {
             control::ConsoleSwitchWarning({control::HotKeyDisplayName(code)}));
     keyNote_->setText(note);
     keyNote_->setVisible(!note.isEmpty());
+    command_->setText("From the desktop's keyboard settings: " +
+                      QString::fromStdString(HotKeyCommand(config::DdeTopic(cfg_), selected_)));
+    command_->setVisible((code & 0xFF) != 0);
 }
 
 void HotKeysDialog::accept() {

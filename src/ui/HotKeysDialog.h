@@ -21,6 +21,10 @@
 // a note under the key names the slot that already has it; OK then shows
 // "Duplicate Hot Key", selects the later slot and puts the focus on its key.
 //
+// Under the key, the command that presses the slot from a key binding of the
+// desktop's own (where Corvane cannot take the combination itself, as on
+// Wayland): corvane hotkey TOPIC SLOT, SLOT counted from 0.
+//
 // OK stores the three arrays when any slot differs and then marks the
 // configuration changed; Cancel stores nothing.
 
@@ -60,6 +64,7 @@ public:
     QCheckBox* Ctrl() const { return ctrl_; }
     QCheckBox* Shift() const { return shift_; }
     QLabel* KeyNote() const { return keyNote_; }
+    QLabel* Command() const { return command_; }
     QComboBox* ActionList() const { return action_; }
     OutputStringEdit* Text() const { return text_; }
     QPushButton* ChartButton() const { return chart_; }
@@ -71,6 +76,9 @@ public:
     // The text of the duplicate refusal for a hot key's name and the slot
     // (0..49) that has it first.
     static std::string DuplicateMessage(const std::string& name, int firstSlot);
+    // The command that presses slot (0..49) of the runtime serving topic,
+    // as a shell reads it: corvane hotkey COM1 4.
+    static std::string HotKeyCommand(const std::string& topic, int slot);
 
 private:
     void ShowSlot();        // the boxes from the selected slot
@@ -95,6 +103,7 @@ private:
     QCheckBox* ctrl_;
     QCheckBox* shift_;
     QLabel* keyNote_;
+    QLabel* command_;
     QComboBox* action_;
     OutputStringEdit* text_;
     QPushButton* chart_;

@@ -325,6 +325,49 @@ TEST(DdeBus, NoFileNamedByACommandStopsTheRuntimeFromReadingOrEnding) {
     EXPECT_EQ(*status, 0) << r.Stderr();
 }
 
+TEST(DdeBus, TheHotkeyCommandPressesASlotOfTheRuntimeThatServesTheTopic) {
+    testsupport::PrivateBus bus;
+    TempDir dir;
+    // Slot 2: CTRL+F5 sends "T" CR LF to the instrument.
+    std::string codes = "[0, 0, 628", actions = "[0, 0, 1", texts = R"(["", "", "T\r\n")";
+    for (int i = 3; i < 50; ++i) {
+        codes += ", 0";
+        actions += ", 0";
+        texts += ", \"\"";
+    }
+    Runtime r;
+    ASSERT_TRUE(r.StartServing(
+        testsupport::BuildConfigFile(
+            dir, "keys",
+            LogJson(dir, "keys.log",
+                    ", \"DdeTopicName\": \"Bench 1\", \"HotKeyCode\": " + codes +
+                        "], \"HotKeyAction\": " + actions + "], \"HotKeyData\": " + texts + "]")),
+        "Bench 1"))
+        << r.Stderr();
+    auto hotkey = [](const std::vector<std::string>& args) {
+        std::vector<std::string> argv{CORVANE_BINARY, "hotkey"};
+        argv.insert(argv.end(), args.begin(), args.end());
+        return RunProgram(argv, "", 20s);
+    };
+    const auto pressed = hotkey({"Bench 1", "2"});
+    EXPECT_EQ(pressed.exitCode, 0) << pressed.err;
+    EXPECT_EQ(r.pty.ReadFor(5s, 3), "T\r\n");
+    const auto unused = hotkey({"Bench 1", "7"});
+    EXPECT_EQ(unused.exitCode, 1);
+    EXPECT_EQ(unused.err, "corvane hotkey: org.corvane.Corvane.Bench_1: hot key slot 7 has no key "
+                          "and no action\n");
+    const auto nobody = hotkey({"COM9", "2"});
+    EXPECT_EQ(nobody.exitCode, 1);
+    EXPECT_EQ(nobody.err, "corvane hotkey: nobody serves org.corvane.Corvane.COM9 on the session "
+                          "bus\n");
+    EXPECT_EQ(hotkey({"Bench 1", "two"}).exitCode, 2);
+    EXPECT_EQ(hotkey({"Bench 1"}).exitCode, 2);
+    // Without an X display the runtime names the command at start.
+    EXPECT_NE(r.Stderr().find("press one with the command: corvane hotkey Bench 1 SLOT"),
+              std::string::npos)
+        << r.Stderr();
+}
+
 TEST(DdeBus, ATakenNameIsReportedOnceAndTheRuntimeGoesOnWithoutItsServer) {
     testsupport::PrivateBus bus;
     TempDir dir;

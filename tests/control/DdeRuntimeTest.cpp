@@ -253,3 +253,27 @@ TEST(ClientLinks, RelinkingEndsTheOldLinkFirstAndStopEndsBoth) {
     EXPECT_TRUE(r.client.links[2].ended);
     EXPECT_TRUE(r.client.links[3].ended);
 }
+
+TEST(DdeRuntime, AHotKeySlotPressedFromOutsideRunsItsActionAsItsKeysWould) {
+    DdeRig r;
+    r.cfg.HotKeyCode[3] = 0x0274; // CTRL+F5
+    r.cfg.HotKeyAction[3] = 1;    // Transmit String
+    r.cfg.HotKeyData[3] = "P\r\n";
+    r.cfg.HotKeyCode[4] = 0x0275;
+    r.cfg.HotKeyAction[4] = 2; // BREAK
+    std::string why;
+    EXPECT_TRUE(r.dde.PressHotKey(3, why));
+    EXPECT_TRUE(r.dde.PressHotKey(4, why));
+    EXPECT_EQ(r.runtime.output, "P\r\n");
+    EXPECT_EQ(r.Calls(), "BREAK");
+    const std::pair<int, const char*> refused[] = {
+        {5, "hot key slot 5 has no key and no action"},
+        {50, "there is no hot key slot 50: the slots are 0 to 49"},
+        {-1, "there is no hot key slot -1: the slots are 0 to 49"},
+    };
+    for (const auto& [slot, text] : refused) {
+        EXPECT_FALSE(r.dde.PressHotKey(slot, why)) << slot;
+        EXPECT_EQ(why, text);
+    }
+    EXPECT_EQ(r.runtime.output, "P\r\n");
+}

@@ -4,6 +4,8 @@
 // combination used twice; keys outside the list; Cancel.
 
 #include "ui/HotKeysDialog.h"
+
+#include "output/ProgramLauncher.h"
 #include "ui/OutputStringEdit.h"
 
 #include "OffscreenApp.h"
@@ -185,6 +187,34 @@ TEST_F(HotKeysDialogTest, AConsoleSwitchCombinationIsKeptWithANoteThatItWillNotR
     EXPECT_TRUE(messages.shown.empty());
     EXPECT_EQ(cfg.HotKeyCode[4], 0x0674);
     EXPECT_EQ(cfg.HotKeyAction[4], 11);
+}
+
+TEST_F(HotKeysDialogTest, AUsedSlotShowsTheCommandThatPressesItFromTheDesktop) {
+    cfg.HotKeyCode[4] = 0x0274; // CTRL+F5
+    cfg.HotKeyAction[4] = 11;
+    cfg.DdeTopicName = "Bench 1";
+    ui::HotKeysDialog dialog(cfg, messages);
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    dialog.SelectSlot(4);
+    EXPECT_FALSE(dialog.Command()->isHidden());
+    EXPECT_EQ(dialog.Command()->text(),
+              "From the desktop's keyboard settings: corvane hotkey 'Bench 1' 4");
+    dialog.SelectSlot(5); // unused: nothing to press
+    EXPECT_TRUE(dialog.Command()->isHidden());
+    ChooseKey(dialog, "F9");
+    EXPECT_FALSE(dialog.Command()->isHidden());
+    EXPECT_TRUE(dialog.Command()->text().endsWith(" 5"));
+
+    // The topic reaches the command as one word, whatever it holds.
+    for (const std::string topic : {"COM1", "Bench 1", "it's", "a\"b$c"}) {
+        const std::string command = ui::HotKeysDialog::HotKeyCommand(topic, 7);
+        std::string why;
+        const auto words = output::SplitCommandLine(command, why);
+        ASSERT_TRUE(words.has_value()) << command;
+        EXPECT_EQ(*words, (std::vector<std::string>{"corvane", "hotkey", topic, "7"})) << command;
+    }
+    EXPECT_EQ(ui::HotKeysDialog::HotKeyCommand("COM1", 0), "corvane hotkey COM1 0");
 }
 
 TEST_F(HotKeysDialogTest, OkAloneKeepsEverySlotAndCancelStoresNothing) {
