@@ -3,6 +3,9 @@
 // follow its name and returns the exit status: 0 success, 1 a refused or
 // failed operation (message on standard error), 2 a usage error.
 
+#include "output/BrokerSettings.h"
+
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,12 +24,19 @@ int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke
 int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
 int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
 
+// mqtt-check URL|FILE [--mqtt-ca FILE] ...: whether a broker takes a connection.
+int CmdMqttCheck(int argc, char** argv, const Args& args);
+
 // The setup window (`corvane [FILE]`); the exit status.
 int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
 
 // The Port Test window (`run --test`); the exit status.
 int RunPortTest(int argc, char** argv, const std::string& file,
                 const std::optional<std::string>& portPath);
+
+// One of the --mqtt options of `run` and `mqtt-check` at args[i], taken with
+// its value (i then points at the value); false when args[i] is none.
+bool ParseBrokerOption(const Args& args, std::size_t& i, output::BrokerOverrides& broker);
 
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);

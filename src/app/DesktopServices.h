@@ -12,6 +12,7 @@
 #include "control/DdeServer.h"
 #include "control/HotKeyPlatform.h"
 #include "engine/Clock.h"
+#include "output/BrokerSettings.h"
 #include "output/KeySender.h"
 #include "output/KeystrokeDispatch.h"
 #include "output/PosixProgramLauncher.h"
@@ -38,6 +39,7 @@ inline std::string HomeFolder() {
 struct RuntimeOptions {
     bool virtualDevice = false;
     std::optional<std::string> portPath;
+    output::BrokerOverrides broker; // --mqtt and its companions
 };
 
 class DesktopServices {

@@ -1,6 +1,7 @@
 #include "app/HeadlessRuntime.h"
 
 #include "engine/ProcessLocale.h"
+#include "serial/PortSettings.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -39,6 +40,9 @@ bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& op
     }
     if (!(virtualDevice_ ? runtime_.RunVirtual(file) : runtime_.RunNormal(file)))
         return false;
+    broker_.Start(options.broker, virtualDevice_
+                                      ? "virtual"
+                                      : serial::DevicePathFor(cfg_, store_, options.portPath));
     // Without a window, nothing shows the suspension but this.
     if (runtime_.state().Suspended)
         messages_.Show({runtime_.SuspendedMessage(), runtime_.Caption(),
@@ -51,6 +55,7 @@ bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& op
 void HeadlessRuntime::Tick() {
     ReadStandardInput();
     runtime_.Tick();
+    broker_.Tick();
 }
 
 void HeadlessRuntime::ReadStandardInput() {
@@ -80,6 +85,7 @@ void HeadlessRuntime::VirtualDeviceOutput(const std::string& bytes) {
 
 void HeadlessRuntime::Closed(int exitStatus) {
     timer_.stop();
+    broker_.Stop();
     if (onFinished)
         onFinished(exitStatus);
 }

@@ -5,6 +5,7 @@
 // port, XTest keystrokes and X11 hot keys when there is a display, the
 // session bus, and standard error for messages.
 
+#include "app/BrokerService.h"
 #include "app/DesktopServices.h"
 #include "config/MessageSink.h"
 #include "config/QtSettingsStore.h"
@@ -61,6 +62,7 @@ private:
     }
     void ShowNormal() override {}
     void Minimize() override {}
+    void Reloaded() override { broker_.Reloaded(); }
     void Closed(int exitStatus) override;
 
     config::MessageSink& messages_;
@@ -75,6 +77,7 @@ private:
     int stdinFlags_ = -1;
     // Last, so that it goes first: its Exit needs the parts above.
     runtime::Runtime runtime_;
+    BrokerService broker_{runtime_, messages_, clock_};
 };
 
 } // namespace app

@@ -1,6 +1,7 @@
 #include "app/WindowedRuntime.h"
 
 #include "engine/ProcessLocale.h"
+#include "serial/PortSettings.h"
 
 #include <QScreen>
 
@@ -44,6 +45,10 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         messages_.ShowHeld();
         return false;
     }
+    broker_.Start(options.broker,
+                  options.virtualDevice
+                      ? "virtual"
+                      : serial::DevicePathFor(runtime_.cfg(), store_, options.portPath));
     // Built from the runtime's state as the start left it; from here on the
     // window follows every change.
     window_->Build();
@@ -65,7 +70,10 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
     }
     // What the start had to say stays above the runtime window from now on.
     messages_.SetParent(window_.get());
-    QObject::connect(&timer_, &QTimer::timeout, [this] { runtime_.Tick(); });
+    QObject::connect(&timer_, &QTimer::timeout, [this] {
+        runtime_.Tick();
+        broker_.Tick();
+    });
     timer_.start(50);
     return true;
 }
@@ -98,6 +106,7 @@ void WindowedRuntime::Minimize() {
 void WindowedRuntime::Reloaded() {
     if (window_)
         window_->Build();
+    broker_.Reloaded();
 }
 
 void WindowedRuntime::Closing() {
@@ -108,6 +117,7 @@ void WindowedRuntime::Closing() {
 
 void WindowedRuntime::Closed(int exitStatus) {
     timer_.stop();
+    broker_.Stop();
     messages_.SetParent(nullptr);
     if (virtual_)
         virtual_->close();

@@ -10,6 +10,7 @@
 // waited for a click would stop the reading. Once the runtime closes, what it
 // still says (records that could not be logged) waits for the user.
 
+#include "app/BrokerService.h"
 #include "app/DesktopServices.h"
 #include "config/QtSettingsStore.h"
 #include "engine/PosixClock.h"
@@ -84,6 +85,7 @@ private:
     std::unique_ptr<ui::VirtualDeviceWindow> virtual_;
     std::string pendingOutput_; // sent before the virtual device window exists
     runtime::Runtime runtime_;
+    BrokerService broker_{runtime_, messages_, clock_};
 };
 
 } // namespace app
