@@ -401,3 +401,45 @@ password_file {DIR}/passwd
     on.Signal(SIGTERM);
     EXPECT_EQ(on.WaitExit(10s), 0) << on.Stderr();
 }
+
+TEST_F(MqttRun, TheReadmesPythonSubscriberKeepsEachRecordOnceInSqlite) {
+    const std::string python = "/usr/bin/python3";
+    if (RunProgram({python, "-c", "import paho.mqtt.client"}, "", 10s).exitCode != 0)
+        GTEST_SKIP() << "python3-paho-mqtt is not installed (scripts/setup installs it)";
+    MqttBroker broker;
+    ASSERT_TRUE(broker.Start()) << broker.Log();
+    const std::string db = (dir.path / "records.db").string();
+    ChildProcess script({python, std::string(CORVANE_SOURCE_DIR) + "/examples/mqtt_to_sqlite.py",
+                         "127.0.0.1:" + std::to_string(broker.port()), db});
+    auto rows = [&](const std::string& topic) {
+        const auto r = RunProgram({python, "-c",
+                                   "import sqlite3, sys\n"
+                                   "print(sqlite3.connect(sys.argv[1]).execute('select count(*) "
+                                   "from records where topic = ?', (sys.argv[2],)).fetchone()[0])",
+                                   db, topic},
+                                  "", 10s);
+        return r.exitCode == 0 ? std::atoi(r.out.c_str()) : -1;
+    };
+    // Once a record of another station has arrived, the script listens.
+    int probe = 0;
+    ASSERT_TRUE(WaitFor(15s, [&] {
+        Publish(broker.port(), "corvane/PROBE/record",
+                R"({"run": "p", "seq": )" + std::to_string(++probe) +
+                    R"(, "record": "1", "time": "t", "port": "p", "fields": []})");
+        return rows("corvane/PROBE/record") > 0;
+    })) << script.Stderr();
+    MqttSubscriber copy(broker.port(), "corvane/COM1/record", "sub-copy");
+    ASSERT_TRUE(copy.WaitSubscribed());
+    const auto run = RunVirtual({"--mqtt", Url(broker.port())}, "1\r2\r3\r");
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    ASSERT_TRUE(WaitFor(10s, [&] { return rows("corvane/COM1/record") == 3; }));
+    // A record published again (at least once) is kept once.
+    ASSERT_TRUE(WaitFor(5s, [&] { return copy.Messages().size() == 3; }));
+    const int probes = rows("corvane/PROBE/record");
+    Publish(broker.port(), "corvane/COM1/record", copy.Messages()[1].payload);
+    Publish(
+        broker.port(), "corvane/PROBE/record",
+        R"({"run": "p", "seq": 999999, "record": "1", "time": "t", "port": "p", "fields": []})");
+    ASSERT_TRUE(WaitFor(10s, [&] { return rows("corvane/PROBE/record") == probes + 1; }));
+    EXPECT_EQ(rows("corvane/COM1/record"), 3);
+}
