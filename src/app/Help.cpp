@@ -9,8 +9,8 @@ namespace app {
 const std::vector<CommandHelp>& Commands() {
     static const std::vector<CommandHelp> commands = {
         {"run",
-         {"run [--virtual|--test] [--headless] [--port PATH] [--mqtt URL [--mqtt-commands] "
-          "[--mqtt-qos N]] FILE"},
+         {"run [--virtual|--test] [--headless] [--port PATH] FILE",
+          "run [OPTIONS] --mqtt URL [--mqtt-commands] [--mqtt-qos N] FILE"},
          "activate the configuration FILE at once",
          {"Opens the port of the configuration FILE (a .QX3 file) and runs it: records are "
           "framed, their fields processed and each record delivered as the configuration says "
@@ -133,14 +133,17 @@ const std::vector<CommandHelp>& Commands() {
            "write the proposal into the configuration FILE, created with the defaults when it "
            "does not exist"}}},
         {"mqtt-check",
-         {"mqtt-check URL|FILE [--mqtt-ca FILE] [--mqtt-cert FILE --mqtt-key FILE] "
-          "[--mqtt-password-file FILE]"},
+         {"mqtt-check URL|FILE [--mqtt-ca CA] [--mqtt-password-file FILE]",
+          "mqtt-check URL|FILE --mqtt-cert CERT --mqtt-key KEY"},
          "tell whether an MQTT broker can be reached",
          {"Connects to the broker URL (mqtt:// or mqtts://, as for run --mqtt), or to the broker "
           "of the configuration FILE's network settings, and says whether it takes the "
           "connection or why not (nothing answers, the TLS handshake failed, the user name or "
           "password was refused). Exit status 0 when it does, 1 when it does not."},
-         {}},
+         {{"--mqtt-ca CA", "the CA certificate that signed the broker's (PEM)"},
+          {"--mqtt-cert CERT", "a client certificate (PEM), with --mqtt-key"},
+          {"--mqtt-key KEY", "the key of the client certificate (PEM, not encrypted)"},
+          {"--mqtt-password-file FILE", "read the password from the first line of FILE"}}},
         {"ports",
          {"ports", "ports map COMn DEVICE"},
          "list the serial devices present and map COM names to them",

@@ -70,6 +70,8 @@ MqttBroker::MqttBroker(const std::string& listeners) : port_(FreePort()) {
         << "user " << (user ? user->pw_name : "root") << "\n"
         << "per_listener_settings true\n"
         << "persistence true\n"
+        // A subscriber that is away (the broker restarted) misses nothing.
+        << "max_queued_messages 0\n"
         << "persistence_location " << dir_.path.string() << "/\n"
         << "log_dest file " << (dir_.path / "mosquitto.log").string() << "\n"
         << "listener " << port_ << " 127.0.0.1\n"
