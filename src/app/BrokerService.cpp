@@ -67,11 +67,13 @@ struct BrokerService::Active {
     output::BrokerDelivery delivery;
 
     Active(const output::BrokerConnection& c, const std::string& busTopic, const std::string& run,
-           const std::string& port, engine::Clock& clock, config::MessageSink& messages)
+           const std::string& port, std::uint64_t lastSeq, engine::Clock& clock,
+           config::MessageSink& messages)
         : storage(output::QueueRoot() + "/" + output::QueueFolderName(c.address, busTopic)),
           queue(storage, c.queueLimitBytes),
           delivery({link, queue, clock, messages, c, output::TopicsFor(c.address.prefix, busTopic),
-                    run, "corvane-" + HostName() + "-" + std::to_string(::getpid()), port}) {}
+                    run, "corvane-" + HostName() + "-" + std::to_string(::getpid()), port,
+                    lastSeq}) {}
 };
 
 BrokerService::BrokerService(runtime::Runtime& runtime, config::MessageSink& messages,
@@ -94,10 +96,7 @@ std::optional<output::BrokerConnection> BrokerService::Settings(std::string& why
     settings = output::Overridden(settings, overrides_);
     if (!settings.enabled)
         return std::nullopt;
-    return output::ResolveBrokerSettings(
-        settings,
-        output::ProcessEnvironment,
-        why);
+    return output::ResolveBrokerSettings(settings, output::ProcessEnvironment, why);
 }
 
 void BrokerService::Start(const output::BrokerOverrides& overrides, const std::string& port) {
@@ -117,7 +116,8 @@ void BrokerService::Start(const output::BrokerOverrides& overrides, const std::s
 
 void BrokerService::StartWith(const output::BrokerConnection& connection,
                               const std::string& busTopic) {
-    active_ = std::make_unique<Active>(connection, busTopic, run_, port_, clock_, messages_);
+    active_ =
+        std::make_unique<Active>(connection, busTopic, run_, port_, lastSeq_, clock_, messages_);
     activeConnection_ = connection;
     activeTopic_ = busTopic;
     output::BrokerDelivery& delivery = active_->delivery;
@@ -142,11 +142,15 @@ void BrokerService::StartWith(const output::BrokerConnection& connection,
 }
 
 void BrokerService::Tick() {
+    if (reloaded_) {
+        reloaded_ = false;
+        Restart();
+    }
     if (active_)
         active_->delivery.Tick();
 }
 
-void BrokerService::Reloaded() {
+void BrokerService::Restart() {
     std::string why;
     const auto connection = Settings(why);
     const std::string topic = BusTopic(runtime_.cfg());
@@ -184,6 +188,7 @@ void BrokerService::StopActive(int waitMs) {
     delivery.BeginStop();
     waitFor([&] { return delivery.Stopped(); });
     delivery.Stop();
+    lastSeq_ = delivery.LastSeq();
     active_.reset();
 }
 

@@ -17,6 +17,7 @@
 #include "output/RecordQueue.h"
 #include "runtime/Runtime.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,11 +34,12 @@ public:
     // the device path, or "virtual". Settings that cannot be used are said,
     // and the runtime goes on without the broker.
     void Start(const output::BrokerOverrides& overrides, const std::string& port);
-    // Every tick of the runtime.
+    // Every tick of the runtime, after it (never inside it).
     void Tick();
     // The runtime loaded another configuration: its topic or settings may
-    // differ.
-    void Reloaded();
+    // differ. Looked at in the next Tick, since a reload happens inside the
+    // runtime's tick and starting anew waits a moment for the broker.
+    void Reloaded() { reloaded_ = true; }
     // The runtime has closed: queued records and the "offline" status get a
     // few seconds to reach the broker (the event loop runs meanwhile); what
     // still waits stays queued on disk, and is said.
@@ -46,6 +48,7 @@ public:
 private:
     struct Active; // the parts of one started link
     void StartWith(const output::BrokerConnection& connection, const std::string& busTopic);
+    void Restart();
     std::optional<output::BrokerConnection> Settings(std::string& why) const;
     void StopActive(int waitMs);
 
@@ -55,9 +58,11 @@ private:
     output::BrokerOverrides overrides_;
     std::string port_;
     std::string run_;
+    std::uint64_t lastSeq_ = 0; // of the links that ran before in this run
     std::unique_ptr<Active> active_;
     std::string activeTopic_;
     std::optional<output::BrokerConnection> activeConnection_;
+    bool reloaded_ = false;
 };
 
 // The runtime's DDE topic as its D-Bus name shows it: "COM1", "Line_2".

@@ -21,7 +21,7 @@ std::string Records(std::size_t n) {
 BrokerDelivery::BrokerDelivery(BrokerDeliveryParts p)
     : link_(p.link), queue_(p.queue), clock_(p.clock), messages_(p.messages),
       connection_(std::move(p.connection)), topics_(std::move(p.topics)), run_(std::move(p.run)),
-      clientId_(std::move(p.clientId)), port_(std::move(p.port)) {
+      clientId_(std::move(p.clientId)), port_(std::move(p.port)), seq_(p.lastSeq) {
     link_.events.connected = [this] { OnConnected(); };
     link_.events.disconnected = [this](const std::string& why) { OnLost(why); };
     link_.events.published = [this](int id) { OnPublished(id); };

@@ -42,6 +42,9 @@ struct BrokerDeliveryParts {
     std::string run;      // the id of this run
     std::string clientId; // unique among the broker's clients
     std::string port;     // the device path, or "virtual"
+    // The seq of the run's last record: a link started anew within the run
+    // (another configuration loaded) goes on counting.
+    std::uint64_t lastSeq = 0;
 };
 
 // Pauses between connection attempts: 1 s, doubled after each failure, 30 s
