@@ -113,6 +113,13 @@ printf 'wrong\n' > wrong.pw
     ASSERT_EQ(r.exitCode, 0) << r.err;
 }
 
+// A second listener (extraPort(0)) that takes the user lab, password
+// s3cret, only.
+const char* const PasswordListener = R"(listener {PORT0} 127.0.0.1
+allow_anonymous false
+password_file {DIR}/passwd
+)";
+
 } // namespace
 
 TEST_F(MqttRun, RecordsArePublishedAsJsonAfterTheOnlineStatusAndTheLastOfEachIsRetained) {
@@ -325,10 +332,7 @@ use_identity_as_username true
 }
 
 TEST_F(MqttRun, CommandsAreRefusedUntilEnabledThenRunWithFilesOnlyFromTheirFolder) {
-    MqttBroker broker(R"(listener {PORT0} 127.0.0.1
-allow_anonymous false
-password_file {DIR}/passwd
-)");
+    MqttBroker broker(PasswordListener);
     MakeCredentials(broker.folder());
     ASSERT_TRUE(broker.Start()) << broker.Log();
     MqttSubscriber sub(broker.port(), "corvane/COM1/execute/result", "sub-commands");
@@ -445,10 +449,7 @@ TEST_F(MqttRun, TheReadmesPythonSubscriberKeepsEachRecordOnceInSqlite) {
 }
 
 TEST_F(MqttRun, AConfigurationLoadedByANetworkCommandMovesTheRuntimeToItsTopic) {
-    MqttBroker broker(R"(listener {PORT0} 127.0.0.1
-allow_anonymous false
-password_file {DIR}/passwd
-)");
+    MqttBroker broker(PasswordListener);
     MakeCredentials(broker.folder());
     ASSERT_TRUE(broker.Start()) << broker.Log();
     MqttSubscriber sub(broker.port(), "corvane/#", "sub-reload");
