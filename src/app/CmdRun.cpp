@@ -14,6 +14,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,7 @@ struct RunOptions {
     bool headless = false;
     bool trend = false;
     std::optional<std::string> portPath;
+    output::BrokerOverrides broker;
     std::string file;
 };
 
@@ -45,6 +47,8 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
             options.trend = true;
         else if (a == "--port" && i + 1 < args.size())
             options.portPath = args[++i];
+        else if (ParseBrokerOption(args, i, options.broker))
+            continue;
         else if (!a.empty() && a[0] != '-' && options.file.empty())
             options.file = a;
         else
@@ -54,6 +58,25 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
         (options.trend && options.testMode))
         return std::nullopt;
     return options;
+}
+
+// The broker settings of the run, checked before anything starts: false,
+// after the message, when they cannot be used.
+bool CheckBrokerOptions(const RunOptions& options) {
+    if (!options.broker.Any())
+        return true;
+    std::string why;
+    auto settings = output::ReadBrokerSettings(output::BrokerSettingsPath(options.file), why);
+    if (settings) {
+        const auto connection = output::ResolveBrokerSettings(
+            output::Overridden(*settings, options.broker),
+            output::ProcessEnvironment,
+            why);
+        if (connection || !output::Overridden(*settings, options.broker).enabled)
+            return true;
+    }
+    std::fprintf(stderr, "corvane: %s\n", why.c_str());
+    return false;
 }
 
 // The runtime window: the program ends when it closes.
@@ -79,6 +102,7 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
     runtimeOptions.virtualDevice = options.virtualDevice;
     runtimeOptions.portPath = options.portPath;
     runtimeOptions.trend = options.trend;
+    runtimeOptions.broker = options.broker;
     // Not started: the program ends once its message has been read.
     if (!runtime.Activate(options.file, runtimeOptions)) {
         if (!finished)
@@ -95,6 +119,8 @@ int CmdRun(int argc, char** argv, const Args& args) {
     if (!options) {
         return UsageError("run");
     }
+    if (!CheckBrokerOptions(*options))
+        return 2;
     if (options->testMode) {
         if (options->headless) {
             std::fputs("corvane: --test opens the Port Test window; it has no headless form "
@@ -124,6 +150,7 @@ int CmdRun(int argc, char** argv, const Args& args) {
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options->virtualDevice;
     runtimeOptions.portPath = options->portPath;
+    runtimeOptions.broker = options->broker;
     if (!runtime.Activate(options->file, runtimeOptions))
         return 1;
     return application.exec();

@@ -3,6 +3,9 @@
 // follow its name and returns the exit status: 0 success, 1 a refused or
 // failed operation (message on standard error), 2 a usage error.
 
+#include "output/BrokerSettings.h"
+
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +25,9 @@ int CmdAnalyze(const Args& args); // analyze --port PATH [--seconds N] [--apply 
 int CmdPorts(const Args& args);   // ports | ports map COMn DEVICE
 int CmdHotkey(int argc, char** argv, const Args& args); // hotkey TOPIC SLOT
 
+// mqtt-check URL|FILE [--mqtt-ca FILE] ...: whether a broker takes a connection.
+int CmdMqttCheck(int argc, char** argv, const Args& args);
+
 // The setup window (`corvane [FILE]`); the exit status.
 int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
 
@@ -37,6 +43,10 @@ inline constexpr char DesktopFileName[] = "org.corvane.Corvane";
 // the runtime's own client (which never waits), as a busy runtime answers
 // between two ticks.
 inline constexpr int RuntimeAnswerTimeoutMs = 5000;
+
+// One of the --mqtt options of `run` and `mqtt-check` at args[i], taken with
+// its value (i then points at the value); false when args[i] is none.
+bool ParseBrokerOption(const Args& args, std::size_t& i, output::BrokerOverrides& broker);
 
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);

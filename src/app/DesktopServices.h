@@ -12,6 +12,7 @@
 #include "control/DdeServer.h"
 #include "control/HotKeyPlatform.h"
 #include "engine/Clock.h"
+#include "output/BrokerSettings.h"
 #include "output/KeySender.h"
 #include "output/KeystrokeDispatch.h"
 #include "output/PosixProgramLauncher.h"
@@ -39,6 +40,7 @@ struct RuntimeOptions {
     bool virtualDevice = false;
     std::optional<std::string> portPath;
     bool trend = false; // the trend window opens with the runtime window
+    output::BrokerOverrides broker; // --mqtt and its companions
 };
 
 class DesktopServices {

@@ -1,6 +1,7 @@
 #include "app/HeadlessRuntime.h"
 
 #include "engine/ProcessLocale.h"
+#include "serial/PortSettings.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -39,6 +40,9 @@ bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& op
     }
     if (!(virtualDevice_ ? runtime_.RunVirtual(file) : runtime_.RunNormal(file)))
         return false;
+    broker_.Start(options.broker, virtualDevice_
+                                      ? "virtual"
+                                      : serial::DevicePathFor(cfg_, store_, options.portPath));
     // Without a window, nothing shows the suspension but this.
     if (runtime_.state().Suspended)
         messages_.Show({runtime_.SuspendedMessage(), runtime_.Caption(),
@@ -58,6 +62,7 @@ void HeadlessRuntime::Tick() {
     ReadStandardInput();
     runtime_.Tick();
     arrivals_.Follow();
+    broker_.Tick();
 }
 
 void HeadlessRuntime::ReadStandardInput() {
@@ -95,6 +100,7 @@ void HeadlessRuntime::Closed(int exitStatus) {
     arrivals_.Follow(); // the port is closed: nothing to watch
     if (stdinNotifier_)
         stdinNotifier_->setEnabled(false);
+    broker_.Stop();
     if (onFinished)
         onFinished(exitStatus);
 }

@@ -6,6 +6,7 @@
 // session bus, and standard error for messages.
 
 #include "app/ArrivalWatcher.h"
+#include "app/BrokerService.h"
 #include "app/DesktopServices.h"
 #include "config/MessageSink.h"
 #include "config/QtSettingsStore.h"
@@ -63,6 +64,7 @@ private:
     }
     void ShowNormal() override {}
     void Minimize() override {}
+    void Reloaded() override { broker_.Reloaded(); }
     void Closed(int exitStatus) override;
 
     config::MessageSink& messages_;
@@ -80,6 +82,7 @@ private:
     ArrivalWatcher arrivals_{runtime_};
     // Standard input of the virtual device, read as it arrives.
     std::unique_ptr<QSocketNotifier> stdinNotifier_;
+    BrokerService broker_{runtime_, messages_, clock_};
 };
 
 } // namespace app

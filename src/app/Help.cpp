@@ -9,7 +9,8 @@ namespace app {
 const std::vector<CommandHelp>& Commands() {
     static const std::vector<CommandHelp> commands = {
         {"run",
-         {"run [--virtual|--test] [--headless] [--trend] [--port PATH] FILE"},
+         {"run [--virtual|--test] [--headless] [--trend] [--port PATH] FILE",
+          "run [OPTIONS] --mqtt URL [--mqtt-commands] [--mqtt-qos N] FILE"},
          "activate the configuration FILE at once",
          {"Opens the port of the configuration FILE (a .QX3 file) and runs it: records are "
           "framed, their fields processed and each record delivered as the configuration says "
@@ -21,7 +22,15 @@ const std::vector<CommandHelp>& Commands() {
           "number there to set the counter) and the date and time, with a button per output "
           "string, DTR~ and BREAK, and menus to suspend and resume input, switch timed output, "
           "reset, copy items as DDE links and exit; messages come as message boxes. Closing the "
-          "window closes the runtime."},
+          "window closes the runtime.",
+          "With a broker (--mqtt, or the configuration's network settings in FILE's .mqtt.ini "
+          "beside it, as balance.mqtt.ini for balance.QX3) every delivered record is also "
+          "published as JSON to PREFIX/TOPIC/record, TOPIC being the DDE topic (COM1), and "
+          "PREFIX/TOPIC/status says online or offline. Records the broker has not taken wait in "
+          "order in a queue under $XDG_STATE_HOME/corvane/queue (~/.local/state/corvane/queue) "
+          "and are published when it is back, also after a restart. The password may come "
+          "from the URL, --mqtt-password-file or the environment variable "
+          "CORVANE_MQTT_PASSWORD."},
          {{"--headless", "run without windows; messages go to standard error"},
           {"--virtual",
            "use the virtual serial device instead of the port: in the window, the lines you send "
@@ -40,7 +49,24 @@ const std::vector<CommandHelp>& Commands() {
            "count, last value, minimum, maximum, mean, standard deviation and rate of change"},
           {"--port PATH",
            "open PATH (/dev/ttyUSB0, a /dev/serial/by-id name, a pseudo-terminal) instead of "
-           "the device the configuration's COM name is mapped to"}}},
+           "the device the configuration's COM name is mapped to"},
+          {"--mqtt URL",
+           "publish every record to the MQTT broker mqtt://[USER[:PASSWORD]@]HOST[:PORT][/PREFIX] "
+           "(mqtts:// for TLS; PREFIX is corvane when not given)"},
+          {"--mqtt-commands",
+           "run the commands published on PREFIX/TOPIC/execute, as D-Bus Execute does, and "
+           "publish each outcome on PREFIX/TOPIC/execute/result; needs a user name and password "
+           "or a client certificate"},
+          {"--mqtt-qos N", "the quality of service of the records: 0, 1 (the default) or 2"},
+          {"--mqtt-ca FILE",
+           "the CA certificate that signed the broker's (PEM); without it, the system's trust "
+           "store"},
+          {"--mqtt-cert FILE", "a client certificate (PEM) to authenticate with, with --mqtt-key"},
+          {"--mqtt-key FILE", "the key of the client certificate (PEM, not encrypted)"},
+          {"--mqtt-password-file FILE", "read the broker password from the first line of FILE"},
+          {"--mqtt-folder DIR",
+           "the only folder whose files commands from the network may name ({SENDFILE(}, "
+           "{CONFIG(}); without it they may name none"}}},
         {"config",
          {"config new FILE", "config dump FILE", "config build JSON FILE"},
          "write, print or build configuration files",
@@ -124,6 +150,18 @@ const std::vector<CommandHelp>& Commands() {
           {"--apply FILE",
            "write the proposal into the configuration FILE, created with the defaults when it "
            "does not exist"}}},
+        {"mqtt-check",
+         {"mqtt-check URL|FILE [--mqtt-ca CA] [--mqtt-password-file FILE]",
+          "mqtt-check URL|FILE --mqtt-cert CERT --mqtt-key KEY"},
+         "tell whether an MQTT broker can be reached",
+         {"Connects to the broker URL (mqtt:// or mqtts://, as for run --mqtt), or to the broker "
+          "of the configuration FILE's network settings, and says whether it takes the "
+          "connection or why not (nothing answers, the TLS handshake failed, the user name or "
+          "password was refused). Exit status 0 when it does, 1 when it does not."},
+         {{"--mqtt-ca CA", "the CA certificate that signed the broker's (PEM)"},
+          {"--mqtt-cert CERT", "a client certificate (PEM), with --mqtt-key"},
+          {"--mqtt-key KEY", "the key of the client certificate (PEM, not encrypted)"},
+          {"--mqtt-password-file FILE", "read the password from the first line of FILE"}}},
         {"ports",
          {"ports", "ports map COMn DEVICE"},
          "list the serial devices present and map COM names to them",

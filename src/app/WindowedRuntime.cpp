@@ -1,6 +1,7 @@
 #include "app/WindowedRuntime.h"
 
 #include "engine/ProcessLocale.h"
+#include "serial/PortSettings.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -48,6 +49,10 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
         messages_.ShowHeld();
         return false;
     }
+    broker_.Start(options.broker,
+                  options.virtualDevice
+                      ? "virtual"
+                      : serial::DevicePathFor(runtime_.cfg(), store_, options.portPath));
     // Built from the runtime's state as the start left it; from here on the
     // window follows every change.
     window_->Build();
@@ -74,6 +79,7 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::functio
     QObject::connect(&timer_, &QTimer::timeout, [this] {
         runtime_.Tick();
         arrivals_.Follow();
+        broker_.Tick();
     });
     timer_.start(50);
     arrivals_.Follow();
@@ -137,6 +143,7 @@ void WindowedRuntime::Minimize() {
 void WindowedRuntime::Reloaded() {
     if (window_)
         window_->Build();
+    broker_.Reloaded();
 }
 
 void WindowedRuntime::Closing() {
@@ -148,6 +155,7 @@ void WindowedRuntime::Closing() {
 void WindowedRuntime::Closed(int exitStatus) {
     timer_.stop();
     arrivals_.Follow(); // the port is closed: nothing to watch
+    broker_.Stop();
     messages_.SetParent(nullptr);
     if (virtual_)
         virtual_->close();

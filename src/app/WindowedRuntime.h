@@ -13,6 +13,7 @@
 // still says (records that could not be logged) waits for the user.
 
 #include "app/ArrivalWatcher.h"
+#include "app/BrokerService.h"
 #include "app/DesktopServices.h"
 #include "config/QtSettingsStore.h"
 #include "engine/PosixClock.h"
@@ -95,6 +96,7 @@ private:
     std::unique_ptr<ui::TrendWindow> trend_;
     runtime::Runtime runtime_;
     ArrivalWatcher arrivals_{runtime_};
+    BrokerService broker_{runtime_, messages_, clock_};
 };
 
 } // namespace app

@@ -64,6 +64,8 @@ int main(int argc, char** argv) {
         return app::CmdPorts(rest);
     if (command == "hotkey")
         return app::CmdHotkey(argc, argv, rest);
+    if (command == "mqtt-check")
+        return app::CmdMqttCheck(argc, argv, rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(),
                  app::OverviewHelp().c_str());
     return 2;

@@ -247,8 +247,13 @@ bool CommandInterpreter::Refuse(std::string reason) {
     return false;
 }
 
-bool CommandInterpreter::Execute(const std::string& received) {
+bool CommandInterpreter::Execute(const std::string& received, const FileScope& scope) {
     refusal_.clear();
+    // The scope lives as long as this call, and is only looked at in it.
+    struct Forget {
+        const FileScope*& scope;
+        ~Forget() { scope = nullptr; }
+    } forget{scope_ = &scope};
     const std::string normalised = NormaliseCommand(received);
     if (normalised.empty())
         return true;
@@ -285,9 +290,12 @@ bool CommandInterpreter::SendFile(const Call& call) {
     // A file that cannot be read, or a port that is not open, is a failure.
     // Only a regular file is sent: a device such as /dev/zero never ends and
     // a named pipe waits for a writer. It is read as the port takes it.
-    const std::string path = LocalPath(call.argument);
     if (!t_.runtime.PortIsOpen())
         return Refuse("the port is not open");
+    const auto scoped = ScopedPath(call.argument);
+    if (!scoped)
+        return false;
+    const std::string& path = *scoped;
     if (const std::string why = config::WhyNotARegularFile(path); !why.empty())
         return Refuse(path + " " + why + ": only a regular file is sent");
     auto file = std::make_unique<std::ifstream>(path, std::ios::binary);
@@ -322,7 +330,10 @@ bool CommandInterpreter::Push(const Call& call) {
 bool CommandInterpreter::Config(const Call& call) {
     if (t_.runtime.IsVirtualDevice())
         return false;
-    const std::string path = LocalPath(call.argument);
+    const auto scoped = ScopedPath(call.argument);
+    if (!scoped)
+        return false;
+    const std::string& path = *scoped;
     // A command is refused without a message box: what the check would say
     // is the refusal's reason.
     config::KeptMessages unseen;
@@ -379,6 +390,14 @@ void CommandInterpreter::RunLinkEntry(LinkKind kind, bool LinkMenu::*entry,
 
 std::string CommandInterpreter::LocalPath(const std::string& name) const {
     return output::MapLogPath(name, t_.home);
+}
+
+std::optional<std::string> CommandInterpreter::ScopedPath(const std::string& name) {
+    std::string why;
+    auto path = (scope_ ? *scope_ : FileScope::Anywhere()).Resolve(LocalPath(name), why);
+    if (!path)
+        Refuse(why);
+    return path;
 }
 
 } // namespace control

@@ -15,11 +15,13 @@
 #include "control/Clipboard.h"
 #include "control/DdeItems.h"
 #include "control/DdeLinks.h"
+#include "control/FileScope.h"
 #include "control/RuntimeControl.h"
 #include "control/RuntimeHost.h"
 #include "engine/Clock.h"
 #include "engine/Locale.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -59,8 +61,10 @@ class CommandInterpreter {
 public:
     explicit CommandInterpreter(CommandTargets targets) : t_(std::move(targets)) {}
 
-    // Carries out one command string; false when it is refused.
-    bool Execute(const std::string& received);
+    // Carries out one command string; false when it is refused. scope says
+    // which files the command may name (its source's: any for the desktop's
+    // programs, only those in one folder for the network).
+    bool Execute(const std::string& received, const FileScope& scope = FileScope::Anywhere());
     // Why the last command was refused, where more can be said than that
     // it was ("/dev/zero is a device: only a regular file is sent"); empty
     // otherwise.
@@ -83,9 +87,12 @@ private:
     void CopyItem(const DdeItems::Item& item);
     void RunLinkEntry(LinkKind kind, bool LinkMenu::*entry, void (ClientLinks::*action)(LinkKind));
     std::string LocalPath(const std::string& name) const;
+    // The file a command names, within the scope of its source.
+    std::optional<std::string> ScopedPath(const std::string& name);
     bool Refuse(std::string reason);
 
     CommandTargets t_;
+    const FileScope* scope_ = nullptr; // while a command runs
     std::string refusal_;
     struct Entry;
     static const Entry table_[];

@@ -61,6 +61,11 @@ public:
 
     // The server's calls.
     bool Execute(const std::string& command) override;
+    // A command from another source (the network), by the same interpreter,
+    // naming files only within scope.
+    bool ExecuteFrom(const std::string& command, const FileScope& scope) {
+        return interpreter_.Execute(command, scope);
+    }
     std::string RefusalReason() const override { return interpreter_.RefusalReason(); }
     std::optional<std::string> Request(const std::string& item) override;
     // A poke to "CommandBuffer" is a command: Refused when it is refused.

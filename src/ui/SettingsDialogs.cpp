@@ -4,6 +4,7 @@
 #include "engine/Format.h"
 
 #include "ui/DialogButtons.h"
+#include "ui/NetworkPage.h"
 #include "ui/QtMessageSink.h"
 #include <QApplication>
 #include <QCheckBox>
@@ -17,6 +18,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpressionValidator>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -95,7 +97,8 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
                                      const engine::Locale& locale, QWidget* parent)
     : QDialog(parent), cfg_(cfg), messages_(messages), locale_(locale) {
     setWindowTitle("Corvane Preferences");
-    auto* layout = new QVBoxLayout(this);
+    auto* general = new QWidget(this);
+    auto* layout = new QVBoxLayout(general);
     auto* form = new QFormLayout;
     logFile_ = new QLineEdit(Latin1Text(cfg.LogFileName), this);
     logFile_->setObjectName("LogFileName");
@@ -148,7 +151,14 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
     specifyRow->addWidget(topic_, 1);
     topicLayout->addLayout(specifyRow);
     layout->addWidget(topicBox);
-    layout->addWidget(OkCancelButtons(this));
+    layout->addStretch(1);
+    pages_ = new QTabWidget(this);
+    pages_->addTab(general, "&General");
+    network_ = new NetworkPage(cfg, this);
+    pages_->addTab(network_, "&Network");
+    auto* dialogLayout = new QVBoxLayout(this);
+    dialogLayout->addWidget(pages_);
+    dialogLayout->addWidget(OkCancelButtons(this));
 }
 
 QCheckBox* PreferencesDialog::Box(const char* objectName) const {
@@ -169,7 +179,19 @@ void PreferencesDialog::accept() {
             messages_.Beep();
         messages_.Show(
             {bad->text, bad->title, config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+        pages_->setCurrentIndex(0);
         topic_->setFocus();
+        return; // nothing stored
+    }
+    QWidget* offending = nullptr;
+    std::string why = network_->Check(&offending);
+    if (why.empty() && !network_->Store())
+        why = "Cannot write " + network_->Path();
+    if (!why.empty()) {
+        messages_.Show({why, "Corvane Preferences", config::MessageIcon::Exclamation,
+                        config::MessageButtons::Ok});
+        pages_->setCurrentWidget(network_);
+        (offending ? offending : network_)->setFocus();
         return; // nothing stored
     }
     config::Config next = cfg_;

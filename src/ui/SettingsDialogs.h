@@ -12,7 +12,8 @@
 // boxes, the two runtime window buttons (ButtonDisplay = DTR + 2 x BREAK),
 // the date/time display with its format (a sample shown as it is typed),
 // and the program's DDE topic (the port's name, or a topic that must not be
-// blank).
+// blank) on its General page; the link to an MQTT broker on its Network page
+// (NetworkPage, kept in a file beside the configuration).
 
 #include "config/Config.h"
 #include "config/MessageSink.h"
@@ -24,6 +25,7 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QRadioButton;
+class QTabWidget;
 
 namespace ui {
 
@@ -59,6 +61,10 @@ public:
     QRadioButton* UsePortName() const { return usePort_; }
     QRadioButton* SpecifyTopic() const { return specify_; }
     QLineEdit* Topic() const { return topic_; }
+    QTabWidget* Pages() const { return pages_; }
+    class NetworkPage* Network() const {
+        return network_;
+    }
 
 private:
     void ShowSample();
@@ -72,6 +78,8 @@ private:
     QRadioButton* usePort_;
     QRadioButton* specify_;
     QLineEdit* topic_;
+    QTabWidget* pages_;
+    NetworkPage* network_;
 };
 
 } // namespace ui

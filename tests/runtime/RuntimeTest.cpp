@@ -11,6 +11,7 @@
 #include "support/RecordingClipboard.h"
 #include "support/RecordingMessageSink.h"
 #include "support/RecordingPlatform.h"
+#include "support/FakePort.h"
 
 #include <gtest/gtest.h>
 
