@@ -2,7 +2,7 @@
 // The connection to an MQTT broker, as the record delivery sees it: one
 // connection attempt at a time, started and ended by the delivery, which
 // also decides when to try again. MqttLink is the backend (libmosquitto on a
-// thread of its own); FakeBrokerLink records what was asked, for the tests.
+// thread of its own); the tests have a recording fake (tests/support).
 //
 // The link never blocks its caller, and reports every event on the caller's
 // thread (the runtime's), never from inside one of its own calls.

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <ranges>
 
 namespace trend {
 
@@ -68,7 +67,7 @@ void TrendData::Add(std::int64_t timeMs, std::string_view recordNumber,
             continue;
         }
         if (!field.column) {
-            field.column.emplace();
+            field.column = Column{};
             field.column->frontBlock = seq / BlockSize;
         }
         field.statistics.Add(read->value);
@@ -148,16 +147,27 @@ std::optional<std::int64_t> TrendData::LastTime() const {
     return TimeAt(endSeq_ - 1);
 }
 
+// The first kept record for which before is false (times only grow).
+template <typename Before>
+static std::uint64_t FirstNotBefore(std::uint64_t first, std::uint64_t end, Before before) {
+    while (first < end) {
+        const std::uint64_t middle = first + (end - first) / 2;
+        if (before(middle))
+            first = middle + 1;
+        else
+            end = middle;
+    }
+    return first;
+}
+
 std::uint64_t TrendData::FirstAtOrAfter(std::int64_t timeMs) const {
-    const auto seqs = std::views::iota(firstSeq_, endSeq_);
-    return *std::ranges::partition_point(seqs,
-                                         [&](std::uint64_t seq) { return TimeAt(seq) < timeMs; });
+    return FirstNotBefore(firstSeq_, endSeq_,
+                          [&](std::uint64_t seq) { return TimeAt(seq) < timeMs; });
 }
 
 std::uint64_t TrendData::FirstAfter(std::int64_t timeMs) const {
-    const auto seqs = std::views::iota(firstSeq_, endSeq_);
-    return *std::ranges::partition_point(seqs,
-                                         [&](std::uint64_t seq) { return TimeAt(seq) <= timeMs; });
+    return FirstNotBefore(firstSeq_, endSeq_,
+                          [&](std::uint64_t seq) { return TimeAt(seq) <= timeMs; });
 }
 
 bool TrendData::IsPlotted(int field) const {

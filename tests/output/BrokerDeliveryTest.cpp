@@ -4,9 +4,9 @@
 // commands, and what closing says.
 
 #include "output/BrokerDelivery.h"
-#include "output/FakeBrokerLink.h"
-#include "support/RecordingMessageSink.h"
+#include "support/FakeBrokerLink.h"
 #include "support/ManualClock.h"
+#include "support/RecordingMessageSink.h"
 
 #include <gtest/gtest.h>
 
