@@ -26,6 +26,7 @@ struct RunOptions {
     bool testMode = false;
     bool headless = false;
     std::optional<std::string> portPath;
+    std::optional<output::KeyboardBackend> keyboard;
     std::string file;
 };
 
@@ -42,7 +43,11 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
             options.headless = true;
         else if (a == "--port" && i + 1 < args.size())
             options.portPath = args[++i];
-        else if (!a.empty() && a[0] != '-' && options.file.empty())
+        else if (a == "--keyboard" && i + 1 < args.size()) {
+            options.keyboard = output::ParseKeyboardBackend(args[++i]);
+            if (!options.keyboard)
+                return std::nullopt;
+        } else if (!a.empty() && a[0] != '-' && options.file.empty())
             options.file = a;
         else
             return std::nullopt;
@@ -74,6 +79,7 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options.virtualDevice;
     runtimeOptions.portPath = options.portPath;
+    runtimeOptions.keyboard = options.keyboard;
     // Not started: the program ends once its message has been read.
     if (!runtime.Activate(options.file, runtimeOptions)) {
         if (!finished)
@@ -113,6 +119,7 @@ int CmdRun(int argc, char** argv, const Args& args) {
     RuntimeOptions runtimeOptions;
     runtimeOptions.virtualDevice = options->virtualDevice;
     runtimeOptions.portPath = options->portPath;
+    runtimeOptions.keyboard = options->keyboard;
     if (!runtime.Activate(options->file, runtimeOptions))
         return 1;
     return application.exec();

@@ -20,6 +20,7 @@ int CmdRun(int argc, char** argv, const Args& args); // run [--virtual|--test] [
 int CmdDde(int argc, char** argv, const Args& args); // dde execute|request|poke|watch ...
 int CmdAnalyze(const Args& args);                    // analyze --port PATH [--seconds N] [--apply FILE]
 int CmdPorts(const Args& args);                      // ports | ports map COMn DEVICE
+int CmdDoctor(int argc, char** argv, const Args& args); // doctor
 
 // The setup window (`corvane [FILE]`); the exit status.
 int RunSetup(int argc, char** argv, const std::optional<std::string>& file);

@@ -32,6 +32,7 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options) {
 
 bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::function<bool()>& run) {
     desktop_.SetPortPath(options.portPath);
+    desktop_.SetKeyboardBackend(options.keyboard);
     window_ = std::make_unique<ui::RuntimeWindow>(runtime_, store_);
     if (options.virtualDevice) {
         virtual_ = std::make_unique<ui::VirtualDeviceWindow>();
@@ -85,7 +86,11 @@ output::KeystrokeDelivery* WindowedRuntime::Keystrokes(config::Config& cfg) {
     output::KeystrokeDelivery* delivery = desktop_.Keystrokes(cfg);
     // Nothing is typed while the runtime's own window is in front.
     if (auto* keystrokes = desktop_.keystrokes(); keystrokes && window_)
-        keystrokes->ownWindow = static_cast<output::WindowId>(window_->winId());
+        keystrokes->ownWindow = [this] {
+            return window_ ? desktop_.OwnWindow(window_->windowTitle().toStdString(),
+                                                static_cast<output::WindowId>(window_->winId()))
+                           : 0;
+        };
     return delivery;
 }
 

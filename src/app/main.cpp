@@ -62,6 +62,8 @@ int main(int argc, char** argv) {
         return app::CmdAnalyze(rest);
     if (command == "ports")
         return app::CmdPorts(rest);
+    if (command == "doctor")
+        return app::CmdDoctor(argc, argv, rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(),
                  app::OverviewHelp().c_str());
     return 2;

@@ -94,7 +94,8 @@ bool KeystrokeDispatch::DeliverRecord(const std::function<std::string()>& buildR
             return false;
         }
     }
-    if (ownWindow != 0 && windows_.ForegroundWindow() == ownWindow)
+    if (const WindowId own = ownWindow ? ownWindow() : 0;
+        own != 0 && windows_.ForegroundWindow() == own)
         return true; // the runtime's own window is in front: nothing is typed
     sender_.SimSendKeys(text, cfg_.InterCharDelay);
     if (activation.TargetWasIconic && target)

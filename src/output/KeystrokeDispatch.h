@@ -37,8 +37,9 @@ public:
 
     bool DeliverRecord(const std::function<std::string()>& buildRecordText) override;
 
-    // The runtime's own window; nothing is typed while it is in front.
-    WindowId ownWindow = 0;
+    // The runtime's own window, looked up for each record (it may open after
+    // the delivery is made); nothing is typed while it is in front.
+    std::function<WindowId()> ownWindow;
 
 private:
     bool Launch(WindowId& target, WindowId& returnWindow);
