@@ -33,6 +33,10 @@ int RunPortTest(int argc, char** argv, const std::string& file,
 // windows belong to, so that a desktop shows them under Corvane's launcher.
 inline constexpr char DesktopFileName[] = "org.corvane.Corvane";
 
+// Picks the Qt platform of Corvane's windows in a Wayland session (XWayland
+// when there is one, WindowPlatform.cpp says why), before any window opens.
+void ChooseWindowPlatform();
+
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);
 

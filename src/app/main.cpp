@@ -20,6 +20,7 @@ void ReportMessage(const std::string& title, const std::string& text) {
 } // namespace app
 
 int main(int argc, char** argv) {
+    app::ChooseWindowPlatform();
     // No command, or a file: the setup window.
     if (argc < 2)
         return app::RunSetup(argc, argv, std::nullopt);

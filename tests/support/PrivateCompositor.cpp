@@ -2,6 +2,7 @@
 
 #include "support/ProcessRunner.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -211,7 +212,19 @@ std::string PrivateCompositor::Log() const {
 }
 
 std::string PrivateCompositor::SwayMsg(const std::string& arguments) const {
-    return RunAs(uid_, gid_, runtimeDir_, {"/usr/bin/swaymsg", arguments});
+    // Its IPC socket, which sway names only to the programs it starts.
+    std::string socket;
+    for (const auto& entry : fs::directory_iterator(runtimeDir_))
+        if (entry.path().filename().string().rfind("sway-ipc.", 0) == 0)
+            socket = entry.path().string();
+    std::vector<std::string> argv{"/usr/bin/swaymsg", "-s", socket};
+    std::size_t start = 0;
+    while (start < arguments.size()) {
+        const std::size_t end = std::min(arguments.find(' ', start), arguments.size());
+        argv.push_back(arguments.substr(start, end - start));
+        start = end + 1;
+    }
+    return RunAs(uid_, gid_, runtimeDir_, argv);
 }
 
 bool PrivateCompositor::WaitForXWayland() {
@@ -223,9 +236,16 @@ bool PrivateCompositor::WaitForXWayland() {
         display.erase(display.find_last_not_of("\n") + 1);
         return Listening("/tmp/.X11-unix/X" + display.substr(1));
     });
-    if (up)
-        ::setenv("DISPLAY", display.c_str(), 1);
-    return up;
+    if (!up)
+        return false;
+    ::setenv("DISPLAY", display.c_str(), 1);
+    // XWayland lets in only its own user; the test's programs run as
+    // another when the test runs as root.
+    if (uid_ != ::getuid())
+        RunAs(uid_, gid_, runtimeDir_,
+              {"/usr/bin/env", "DISPLAY=" + display, "/usr/bin/xhost",
+               "+si:localuser:" + std::string(::getpwuid(::getuid())->pw_name)});
+    return true;
 }
 
 } // namespace testsupport
