@@ -12,15 +12,19 @@
 // boxes, the two runtime window buttons (ButtonDisplay = DTR + 2 x BREAK),
 // the date/time display with its format (a sample shown as it is typed),
 // and the program's DDE topic (the port's name, or a topic that must not be
-// blank).
+// blank). Given the per-user settings store, it also offers the keystroke
+// backend ("Keystrokes Through"), which is kept there, not in the
+// configuration: it belongs to the desktop, not to the instrument.
 
 #include "config/Config.h"
 #include "config/MessageSink.h"
+#include "config/SettingsStore.h"
 #include "engine/Locale.h"
 
 #include <QDialog>
 
 class QCheckBox;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QRadioButton;
@@ -49,7 +53,8 @@ class PreferencesDialog : public QDialog {
     Q_OBJECT
 public:
     PreferencesDialog(config::Config& cfg, config::MessageSink& messages,
-                      const engine::Locale& locale, QWidget* parent = nullptr);
+                      const engine::Locale& locale, QWidget* parent = nullptr,
+                      config::SettingsStore* store = nullptr);
     void accept() override;
 
     QLineEdit* LogFile() const { return logFile_; }
@@ -59,6 +64,8 @@ public:
     QRadioButton* UsePortName() const { return usePort_; }
     QRadioButton* SpecifyTopic() const { return specify_; }
     QLineEdit* Topic() const { return topic_; }
+    // Null without a settings store.
+    QComboBox* KeystrokeBackend() const { return keyboard_; }
 
 private:
     void ShowSample();
@@ -72,6 +79,8 @@ private:
     QRadioButton* usePort_;
     QRadioButton* specify_;
     QLineEdit* topic_;
+    config::SettingsStore* store_;
+    QComboBox* keyboard_ = nullptr;
 };
 
 } // namespace ui
