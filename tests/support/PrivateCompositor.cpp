@@ -1,22 +1,25 @@
 #include "support/PrivateCompositor.h"
 
-#include "support/ProcessRunner.h"
-
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <grp.h>
 #include <pwd.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
@@ -26,6 +29,24 @@ namespace testsupport {
 namespace {
 
 constexpr const char* Sway = "/usr/bin/sway";
+
+// Self-contained (no test framework), so that the benchmarks use it too.
+bool WaitFor(std::chrono::milliseconds limit, const std::function<bool()>& pred) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+std::string ReadFileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
 
 bool Listening(const std::string& path) {
     sockaddr_un address{};
