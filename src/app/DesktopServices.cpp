@@ -43,8 +43,17 @@ output::KeystrokeDelivery* DesktopServices::Keystrokes(config::Config& cfg) {
     }
     if (output::WlrootsConnection* wayland = backend_->wayland.get()) {
         waylandEvents_ = std::make_unique<QSocketNotifier>(wayland->Fd(), QSocketNotifier::Read);
-        QObject::connect(waylandEvents_.get(), &QSocketNotifier::activated,
-                         [wayland] { wayland->Dispatch(); });
+        // A compositor that went away (or closed our connection) is said
+        // once; its socket, readable for good then, is no longer watched.
+        QObject::connect(waylandEvents_.get(), &QSocketNotifier::activated, [this, wayland] {
+            if (wayland->Dispatch())
+                return;
+            waylandEvents_->setEnabled(false);
+            messages_.Show({"The Wayland compositor closed Corvane's connection: records are "
+                            "counted but no longer typed. Start the runtime again.",
+                            caption_(), config::MessageIcon::Exclamation,
+                            config::MessageButtons::Ok});
+        });
     }
     // SIGTERM, the window's Exit and "{APPEXIT}" reach the runtime through
     // the pumped events: the waits end with them.

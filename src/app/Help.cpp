@@ -18,7 +18,7 @@ constexpr std::string_view KeyboardOptionText =
 const std::vector<CommandHelp>& Commands() {
     static const std::vector<CommandHelp> commands = {
         {"run",
-         {"run [--virtual|--test] [--headless] [--port PATH] [--keyboard NAME] FILE"},
+         {"run [--virtual|--test] [--headless] [--port PATH] FILE"},
          "activate the configuration FILE at once",
          {"Opens the port of the configuration FILE (a .QX3 file) and runs it: records are "
           "framed, their fields processed and each record delivered as the configuration says "
@@ -80,7 +80,7 @@ const std::vector<CommandHelp>& Commands() {
           "current local time, or by the time given with --now."},
          {{"--now YYYY-MM-DDTHH:MM:SS", "the time to expand the tokens with"}}},
         {"keys",
-         {"keys [--dry-run] [--window TITLE] [--delay MS] [--keyboard NAME] STRING"},
+         {"keys [--dry-run] [--window TITLE] [--delay MS] STRING"},
          "parse and type a keystroke string",
          {"Types STRING, written in the keystroke notation of the configurations (Total{TAB 2}"
           "+(abc)~), into the window that has the focus: through XTest on the current keyboard "

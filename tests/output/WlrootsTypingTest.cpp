@@ -4,6 +4,7 @@
 
 #include "output/WlrootsConnection.h"
 #include "output/WlrootsWindowSystem.h"
+#include "support/BalanceRecords.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateCompositor.h"
 #include "support/ProcessRunner.h"
@@ -106,14 +107,9 @@ TEST_F(WlrootsTyping, DoubledDigitsAtDelayZeroAllArriveInTheTargetAndTheWindowIn
     cfg["InterCharDelay"] = 0;
     testsupport::PseudoTerminal pty;
     auto runtime = RunOnPty(cfg, "sheet", pty);
-    std::string records, expected;
-    for (int i = 1; i <= 200; ++i) {
-        char record[64];
-        std::snprintf(record, sizeof record, "%03d 11.11 100.00 %d%d", i, i % 10, i % 10);
-        records += std::string(record) + "\r";
-        expected += std::string(record) + "\n";
-    }
-    ASSERT_TRUE(pty.Write(records));
+    const testsupport::BalanceRecords records = testsupport::DoubledDigitRecords(200);
+    const std::string& expected = records.typed;
+    ASSERT_TRUE(pty.Write(records.sent));
     EXPECT_TRUE(WaitFor(60s, [&] { return Typed(sheet).size() >= expected.size(); }))
         << Typed(sheet) << runtime->Stderr();
     EXPECT_EQ(Typed(sheet), expected) << runtime->Stderr();
