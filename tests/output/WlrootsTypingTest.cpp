@@ -138,6 +138,18 @@ TEST_F(WlrootsTyping, CharactersBeyondTheUsLayoutModifiersAndLocksArriveInFoot) 
         << testsupport::ReadFileBytes(typed);
 }
 
+TEST_F(WlrootsTyping, ModifiersBreakAndTheKeyNamesOfTheNotationArriveAsMeant) {
+    const fs::path typed = dir.path / "keys.txt";
+    StartRecorder("Keys Recorder", typed);
+    // {BREAK} holds Ctrl until the next one; ^ holds it over one unit; then
+    // named keys and Shift+Tab.
+    auto r = RunProgram({CORVANE_BINARY, "keys", "--delay", "0", "--window", "keys recorder",
+                         "{BREAK}a{BREAK}b^(cd)e+{TAB}{F5}{F12}{ESC}x{BS}{DEL}{ENTER}"});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    const std::string expected = "<C-a>b<C-c><C-d>e<BT><F5><F12><ESC>x<BS><DEL>\n";
+    EXPECT_TRUE(WaitFor(5s, [&] { return Typed(typed) == expected; })) << Typed(typed);
+}
+
 TEST_F(WlrootsTyping, AMissingTargetIsStartedAndFoundByItsTitleAfterwards) {
     const fs::path launched = dir.path / "launched.txt";
     nlohmann::json cfg;

@@ -1,6 +1,8 @@
 // A small Wayland client for the keystroke tests, on Qt's wayland platform:
 // a window with the given title that appends every character it receives to
-// a file ("\n" for Return, "\t" for Tab, "<BS>" and "<DEL>" for those keys).
+// a file ("\n" for Return, "\t" for Tab, "<BS>" and "<DEL>" for those keys,
+// "<ESC>", "<BT>" for Shift+Tab, "<F1>" to "<F24>", and "<C-a>" for a letter
+// typed with Ctrl).
 // It writes "<ready>" once its window has the keyboard focus.
 //
 // With --strict it behaves like clients that cannot tell two events of one
@@ -15,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <string>
 
 namespace {
 
@@ -52,8 +55,24 @@ protected:
         case Qt::Key_Delete:
             Write("<DEL>");
             return;
+        case Qt::Key_Escape:
+            Write("<ESC>");
+            return;
+        case Qt::Key_Backtab:
+            Write("<BT>");
+            return;
         default:
             break;
+        }
+        if (e->key() >= Qt::Key_F1 && e->key() <= Qt::Key_F24) {
+            Write(("<F" + std::to_string(e->key() - Qt::Key_F1 + 1) + ">").c_str());
+            return;
+        }
+        if ((e->modifiers() & Qt::ControlModifier) && e->key() >= Qt::Key_A &&
+            e->key() <= Qt::Key_Z) {
+            Write(("<C-" + std::string(1, static_cast<char>('a' + e->key() - Qt::Key_A)) + ">")
+                      .c_str());
+            return;
         }
         const QByteArray text = e->text().toUtf8();
         if (!text.isEmpty() && static_cast<unsigned char>(text[0]) >= 32)
