@@ -20,17 +20,32 @@
 
 #include "app/Commands.h"
 
+#include <QCoreApplication>
+
 #include <cstdlib>
 
 namespace app {
+
+namespace {
+
+// Once Qt has taken its platform from the environment, the variable goes:
+// the programs Corvane starts (the target application) are the user's, and
+// choose their own.
+void ForgetWindowPlatform() {
+    ::unsetenv("QT_QPA_PLATFORM");
+}
+
+} // namespace
 
 void ChooseWindowPlatform() {
     if (std::getenv("QT_QPA_PLATFORM"))
         return;
     const char* wayland = std::getenv("WAYLAND_DISPLAY");
     const char* display = std::getenv("DISPLAY");
-    if (wayland && *wayland && display && *display)
-        ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    if (!wayland || !*wayland || !display || !*display)
+        return;
+    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    qAddPreRoutine(ForgetWindowPlatform);
 }
 
 } // namespace app

@@ -108,3 +108,31 @@ TEST_P(WlrootsWindows, TheRuntimeAndSetupWindowsOpenAndTakeKeys) {
 
 INSTANTIATE_TEST_SUITE_P(XWaylandOrNative, WlrootsWindows, ::testing::Values(true, false),
                          [](const auto& info) { return info.param ? "XWayland" : "Native"; });
+
+TEST_P(WlrootsWindows, TheWindowedRuntimeStartsItsTargetAndTypesIntoIt) {
+    // A reading typed into the Virtual Serial Device window makes a record;
+    // its target is not open, so its command line starts it, with the
+    // environment of the user's session, not the platform Corvane chose for
+    // its own windows.
+    const fs::path typed = dir.path / "typed.txt", environment = dir.path / "env.txt";
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "Launched Recorder";
+    cfg["TargetAppCommand"] = "/bin/sh -c \"env > " + environment.string() + "; exec " +
+                              WAYLAND_KEY_RECORDER + " 'Launched Recorder' " + typed.string() +
+                              "\"";
+    cfg["InterCharDelay"] = 0;
+    cfg["StartOfRecordEvent"] = 1;
+    const fs::path qx3 = testsupport::BuildConfigFile(dir, "target", cfg.dump());
+    ChildProcess runtime({CORVANE_BINARY, "run", "--virtual", qx3.string()});
+    ASSERT_TRUE(WaitFor(15s, [&] { return Shell("Virtual Serial Device") == Expected(); }))
+        << runtime.Stderr();
+    auto keys = RunProgram(
+        {CORVANE_BINARY, "keys", "--delay", "0", "--window", "Virtual Serial Device", "12.5~"});
+    EXPECT_EQ(keys.exitCode, 0) << keys.err;
+    EXPECT_TRUE(WaitFor(15s, [&] { return testsupport::ReadFileBytes(typed) == "<ready>12.5\n"; }))
+        << testsupport::ReadFileBytes(typed) << runtime.Stderr();
+    EXPECT_EQ(testsupport::ReadFileBytes(environment).find("QT_QPA_PLATFORM="), std::string::npos);
+    runtime.Signal(SIGTERM);
+    EXPECT_EQ(runtime.WaitExit(10s), 0) << runtime.Stderr();
+}
