@@ -207,3 +207,27 @@ TEST_F(WlrootsTyping, DoctorAndTheRuntimeSayWhatTheSessionOffers) {
     EXPECT_EQ(run.err.find(said), run.err.rfind(said)) << run.err;
     EXPECT_EQ(RunProgram({CORVANE_BINARY, "run", "--keyboard", "gnome", qx3.string()}).exitCode, 2);
 }
+
+TEST_F(WlrootsTyping, ATargetThatNeverComesToTheFrontGetsNothingAndIsReportedOnce) {
+    // A full-screen window keeps the focus on its workspace: sway does not
+    // activate another window there.
+    const fs::path sheet = dir.path / "sheet.txt", movie = dir.path / "movie.txt";
+    StartRecorder("Sheet Recorder", sheet);
+    StartRecorder("Movie Recorder", movie);
+    compositor->SwayMsg("[title=\"Movie Recorder\"] fullscreen enable");
+    nlohmann::json cfg;
+    cfg["TransferMode"] = 0;
+    cfg["TargetAppTitle"] = "sheet recorder";
+    cfg["InterCharDelay"] = 0;
+    cfg["StartOfRecordEvent"] = 1;
+    const fs::path qx3 = testsupport::BuildConfigFile(dir, "refused", cfg.dump());
+    auto run = RunProgram({CORVANE_BINARY, "run", "--headless", "--virtual", qx3.string()},
+                          "one\rtwo\r", 30s);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    const std::string said = "Cannot Activate Window: Sheet Recorder\rThe window did not come to "
+                             "the front within 2 seconds, so nothing was typed into it.";
+    EXPECT_NE(run.err.find(said), std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find(said), run.err.rfind(said)) << run.err;
+    EXPECT_EQ(testsupport::ReadFileBytes(sheet), "<ready>");
+    EXPECT_EQ(testsupport::ReadFileBytes(movie), "<ready>");
+}
