@@ -29,6 +29,7 @@ struct RunOptions {
     bool trend = false;
     std::optional<std::string> portPath;
     output::BrokerOverrides broker;
+    std::optional<output::KeyboardBackend> keyboard;
     std::string file;
 };
 
@@ -49,7 +50,11 @@ std::optional<RunOptions> ParseRunOptions(const Args& args) {
             options.portPath = args[++i];
         else if (ParseBrokerOption(args, i, options.broker))
             continue;
-        else if (!a.empty() && a[0] != '-' && options.file.empty())
+        else if (a == "--keyboard" && i + 1 < args.size()) {
+            options.keyboard = output::ParseKeyboardBackend(args[++i]);
+            if (!options.keyboard)
+                return std::nullopt;
+        } else if (!a.empty() && a[0] != '-' && options.file.empty())
             options.file = a;
         else
             return std::nullopt;
@@ -103,6 +108,7 @@ int RunWindowed(int argc, char** argv, const RunOptions& options) {
     runtimeOptions.portPath = options.portPath;
     runtimeOptions.trend = options.trend;
     runtimeOptions.broker = options.broker;
+    runtimeOptions.keyboard = options.keyboard;
     // Not started: the program ends once its message has been read.
     if (!runtime.Activate(options.file, runtimeOptions)) {
         if (!finished)
@@ -151,6 +157,7 @@ int CmdRun(int argc, char** argv, const Args& args) {
     runtimeOptions.virtualDevice = options->virtualDevice;
     runtimeOptions.portPath = options->portPath;
     runtimeOptions.broker = options->broker;
+    runtimeOptions.keyboard = options->keyboard;
     if (!runtime.Activate(options->file, runtimeOptions))
         return 1;
     return application.exec();

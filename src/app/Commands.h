@@ -27,6 +27,7 @@ int CmdHotkey(int argc, char** argv, const Args& args); // hotkey TOPIC SLOT
 
 // mqtt-check URL|FILE [--mqtt-ca FILE] ...: whether a broker takes a connection.
 int CmdMqttCheck(int argc, char** argv, const Args& args);
+int CmdDoctor(int argc, char** argv, const Args& args); // doctor
 
 // The setup window (`corvane [FILE]`); the exit status.
 int RunSetup(int argc, char** argv, const std::optional<std::string>& file);
@@ -47,6 +48,10 @@ inline constexpr int RuntimeAnswerTimeoutMs = 5000;
 // One of the --mqtt options of `run` and `mqtt-check` at args[i], taken with
 // its value (i then points at the value); false when args[i] is none.
 bool ParseBrokerOption(const Args& args, std::size_t& i, output::BrokerOverrides& broker);
+
+// Picks the Qt platform of Corvane's windows in a Wayland session (XWayland
+// when there is one, WindowPlatform.cpp says why), before any window opens.
+void ChooseWindowPlatform();
 
 // Prints "title: text" on standard error, the headless form of a message box.
 void ReportMessage(const std::string& title, const std::string& text);

@@ -34,28 +34,43 @@ std::unique_ptr<serial::Port> DesktopServices::OpenPort(config::Config& cfg) {
 }
 
 output::KeystrokeDelivery* DesktopServices::Keystrokes(config::Config& cfg) {
-    keyboard_ = std::getenv("DISPLAY") ? output::X11Keyboard::Open() : nullptr;
-    if (!keyboard_) {
-        bool waylandOnly = std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY");
-        messages_.Show({waylandOnly ? "This is a Wayland session without X11: keystrokes "
-                                      "cannot reach native Wayland windows. Records are counted "
-                                      "but not typed."
-                                    : "The X display cannot be opened: records are counted but "
-                                      "not typed.",
-                        caption_(), config::MessageIcon::Exclamation, config::MessageButtons::Ok});
+    waylandEvents_.reset();
+    backend_ = OpenKeystrokeBackend(forced_.value_or(output::StoredKeyboardBackend(store_)));
+    if (!backend_->keyboard()) {
+        messages_.Show({output::NoKeystrokesMessage(backend_->choice), caption_(),
+                        config::MessageIcon::Exclamation, config::MessageButtons::Ok});
         return nullptr;
     }
-    windows_ = std::make_unique<output::X11WindowSystem>(keyboard_->display());
+    if (output::WlrootsConnection* wayland = backend_->wayland.get()) {
+        waylandEvents_ = std::make_unique<QSocketNotifier>(wayland->Fd(), QSocketNotifier::Read);
+        // A compositor that went away (or closed our connection) is said
+        // once; its socket, readable for good then, is no longer watched.
+        QObject::connect(waylandEvents_.get(), &QSocketNotifier::activated, [this, wayland] {
+            if (wayland->Dispatch())
+                return;
+            waylandEvents_->setEnabled(false);
+            messages_.Show({"The Wayland compositor closed Corvane's connection: records are "
+                            "counted but no longer typed. Start the runtime again.",
+                            caption_(), config::MessageIcon::Exclamation,
+                            config::MessageButtons::Ok});
+        });
+    }
     // SIGTERM, the window's Exit and "{APPEXIT}" reach the runtime through
     // the pumped events: the waits end with them.
     auto pump = [this](int maxWaitMs) {
         PumpEvents(maxWaitMs);
         return !stopping_();
     };
-    sender_ = std::make_unique<output::KeySender>(*keyboard_, clock_, pump);
-    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *windows_, launcher_, *sender_,
-                                                              messages_, clock_, pump);
+    sender_ = std::make_unique<output::KeySender>(*backend_->keyboard(), clock_, pump);
+    keystrokes_ = std::make_unique<output::KeystrokeDispatch>(cfg, *backend_->windows(), launcher_,
+                                                              *sender_, messages_, clock_, pump);
     return keystrokes_.get();
+}
+
+output::WindowId DesktopServices::OwnWindow(const std::string& title, output::WindowId xid) {
+    if (backend_ && backend_->wlrootsWindows)
+        return backend_->wlrootsWindows->FindByTitle(title);
+    return xid;
 }
 
 std::unique_ptr<control::DdeClient> DesktopServices::NewDdeClient() {

@@ -1,10 +1,12 @@
 #pragma once
 // What this program gives every runtime, with or without its window: the
-// termios port (opened again when its device comes back), XTest keystrokes
-// when there is an X display, the session bus for the DDE server and links,
-// and X11 hot keys. HeadlessRuntime and WindowedRuntime hand these to the
+// termios port (opened again when its device comes back), keystrokes through
+// the backend the session offers (XTest on X11, the wlroots virtual keyboard
+// on sway and its kin; KeystrokeBackend), the session bus for the DDE server
+// and links, and X11 hot keys. HeadlessRuntime and WindowedRuntime hand these to the
 // shared runtime.
 
+#include "app/KeystrokeBackend.h"
 #include "config/Config.h"
 #include "config/MessageSink.h"
 #include "config/SettingsStore.h"
@@ -16,8 +18,9 @@
 #include "output/KeySender.h"
 #include "output/KeystrokeDispatch.h"
 #include "output/PosixProgramLauncher.h"
-#include "output/X11Keyboard.h"
 #include "serial/Port.h"
+
+#include <QSocketNotifier>
 
 #include <cstdlib>
 #include <functional>
@@ -41,6 +44,9 @@ struct RuntimeOptions {
     std::optional<std::string> portPath;
     bool trend = false; // the trend window opens with the runtime window
     output::BrokerOverrides broker; // --mqtt and its companions
+    // The keystroke backend forced with --keyboard; without it, the one
+    // chosen in Preferences, else the session's own.
+    std::optional<output::KeyboardBackend> keyboard;
 };
 
 class DesktopServices {
@@ -54,6 +60,7 @@ public:
 
     // The device to open instead of the one the COM name is mapped to.
     void SetPortPath(std::optional<std::string> path) { portPath_ = std::move(path); }
+    void SetKeyboardBackend(std::optional<output::KeyboardBackend> forced) { forced_ = forced; }
 
     std::unique_ptr<serial::Port> OpenPort(config::Config& cfg);
     output::KeystrokeDelivery* Keystrokes(config::Config& cfg);
@@ -63,6 +70,9 @@ public:
 
     // The keystroke delivery, once made: the window tells it its own window.
     output::KeystrokeDispatch* keystrokes() { return keystrokes_.get(); }
+    // The window of the keystroke backend that shows the program's own
+    // window titled title (X11: the X window xid), or 0.
+    output::WindowId OwnWindow(const std::string& title, output::WindowId xid);
 
 private:
     config::MessageSink& messages_;
@@ -72,8 +82,11 @@ private:
     std::optional<std::string> portPath_;
     std::function<bool()> stopping_;
     std::function<std::string()> caption_;
-    std::unique_ptr<output::X11Keyboard> keyboard_;
-    std::unique_ptr<output::X11WindowSystem> windows_;
+    std::optional<output::KeyboardBackend> forced_;
+    std::unique_ptr<KeystrokeBackend> backend_;
+    // The compositor's events are read as they come, between the runtime's
+    // ticks, so that its window list stays current.
+    std::unique_ptr<QSocketNotifier> waylandEvents_;
     output::PosixProgramLauncher launcher_;
     std::unique_ptr<output::KeySender> sender_;
     std::unique_ptr<output::KeystrokeDispatch> keystrokes_;

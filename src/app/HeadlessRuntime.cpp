@@ -32,6 +32,7 @@ HeadlessRuntime::~HeadlessRuntime() {
 
 bool HeadlessRuntime::Activate(const std::string& file, const RuntimeOptions& options) {
     desktop_.SetPortPath(options.portPath);
+    desktop_.SetKeyboardBackend(options.keyboard);
     virtualDevice_ = options.virtualDevice;
     if (virtualDevice_) {
         stdinFlags_ = ::fcntl(STDIN_FILENO, F_GETFL);

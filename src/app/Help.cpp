@@ -6,6 +6,15 @@
 
 namespace app {
 
+namespace {
+
+constexpr std::string_view KeyboardOptionText =
+    "the keystroke backend: auto (the session's own: x11 on X11, wlroots on sway, Hyprland, "
+    "labwc, river and Wayfire), x11 (XTest; on Wayland it reaches only X11 programs under "
+    "XWayland) or wlroots; without it, the one chosen in Preferences";
+
+} // namespace
+
 const std::vector<CommandHelp>& Commands() {
     static const std::vector<CommandHelp> commands = {
         {"run",
@@ -66,7 +75,8 @@ const std::vector<CommandHelp>& Commands() {
           {"--mqtt-password-file FILE", "read the broker password from the first line of FILE"},
           {"--mqtt-folder DIR",
            "the only folder whose files commands from the network may name ({SENDFILE(}, "
-           "{CONFIG(}); without it they may name none"}}},
+           "{CONFIG(}); without it they may name none"},
+          {"--keyboard NAME", KeyboardOptionText}}},
         {"config",
          {"config new FILE", "config dump FILE", "config build JSON FILE"},
          "write, print or build configuration files",
@@ -103,15 +113,18 @@ const std::vector<CommandHelp>& Commands() {
          {"keys [--dry-run] [--window TITLE] [--delay MS] STRING"},
          "parse and type a keystroke string",
          {"Types STRING, written in the keystroke notation of the configurations (Total{TAB 2}"
-          "+(abc)~), into the window that has the focus, through XTest on the current keyboard "
-          "layout. The exit status is the parser's code: 0 when STRING parses, 1 to 5 when it "
+          "+(abc)~), into the window that has the focus: through XTest on the current keyboard "
+          "layout on X11, through a virtual keyboard with a keymap of Corvane's own on Wayland "
+          "compositors built on wlroots. The exit status is the parser's code: 0 when STRING "
+          "parses, 1 to 5 when it "
           "does not (then nothing is typed); 1 also when the display cannot be opened or the "
           "window is not found."},
          {{"--dry-run", "type nothing; print each key event (down VK or up VK) instead"},
           {"--window TITLE",
            "first bring the window whose title contains TITLE (any case) to the front, and "
            "wait until it has the focus"},
-          {"--delay MS", "pause MS milliseconds after every key event"}}},
+          {"--delay MS", "pause MS milliseconds after every key event"},
+          {"--keyboard NAME", KeyboardOptionText}}},
         {"dde",
          {"dde execute APP TOPIC COMMAND", "dde request APP TOPIC ITEM",
           "dde poke APP TOPIC ITEM TEXT", "dde watch APP TOPIC ITEM"},
@@ -170,6 +183,15 @@ const std::vector<CommandHelp>& Commands() {
           "it. A configuration names its port COM1, COM2, ...; ports map makes COMn open "
           "DEVICE (kept in ~/.config/Corvane/Corvane.ini). A /dev/serial/by-id name stays "
           "right when the adapter moves to another socket."},
+         {}},
+        {"doctor",
+         {"doctor"},
+         "tell what this session offers and what Corvane uses",
+         {"Prints one line each: the kind of session (X11, Wayland with or without XWayland), "
+          "the keystroke backend Corvane uses and why, how target windows are found, the hot "
+          "keys, the D-Bus session bus, and each serial device with whether you may open it. "
+          "The exit status is 0 when keystrokes can be typed and the session bus answers, 1 "
+          "otherwise. Paste its output into bug reports."},
          {}},
     };
     return commands;

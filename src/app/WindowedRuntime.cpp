@@ -36,6 +36,7 @@ bool WindowedRuntime::Activate(const RuntimeOptions& options) {
 
 bool WindowedRuntime::Activate(const RuntimeOptions& options, const std::function<bool()>& run) {
     desktop_.SetPortPath(options.portPath);
+    desktop_.SetKeyboardBackend(options.keyboard);
     window_ = std::make_unique<ui::RuntimeWindow>(runtime_, store_);
     if (options.virtualDevice) {
         virtual_ = std::make_unique<ui::VirtualDeviceWindow>();
@@ -118,14 +119,19 @@ output::KeystrokeDelivery* WindowedRuntime::Keystrokes(config::Config& cfg) {
     output::KeystrokeDelivery* delivery = desktop_.Keystrokes(cfg);
     // Nothing is typed while a window of the program is in front: the
     // runtime window, the virtual device (whose input the keys would become),
-    // the trend window or a message box.
+    // the trend window or a message box. They come and go, so they are looked
+    // up for each record: by their X window, or on a wlroots desktop by their
+    // title among its toplevels.
     if (auto* keystrokes = desktop_.keystrokes())
-        keystrokes->ownWindow = [](output::WindowId w) {
+        keystrokes->ownWindow = [this](output::WindowId w) {
             const QWidgetList windows = QApplication::topLevelWidgets();
-            return std::any_of(windows.begin(), windows.end(), [w](const QWidget* window) {
-                return window->internalWinId() != 0 &&
-                       static_cast<output::WindowId>(window->internalWinId()) == w;
-            });
+            return w != 0 &&
+                   std::any_of(windows.begin(), windows.end(), [this, w](const QWidget* window) {
+                       return window->isVisible() &&
+                              desktop_.OwnWindow(
+                                  window->windowTitle().toStdString(),
+                                  static_cast<output::WindowId>(window->internalWinId())) == w;
+                   });
         };
     return delivery;
 }

@@ -20,6 +20,7 @@ void ReportMessage(const std::string& title, const std::string& text) {
 } // namespace app
 
 int main(int argc, char** argv) {
+    app::ChooseWindowPlatform();
     // No command, or a file: the setup window.
     if (argc < 2)
         return app::RunSetup(argc, argv, std::nullopt);
@@ -66,6 +67,8 @@ int main(int argc, char** argv) {
         return app::CmdHotkey(argc, argv, rest);
     if (command == "mqtt-check")
         return app::CmdMqttCheck(argc, argv, rest);
+    if (command == "doctor")
+        return app::CmdDoctor(argc, argv, rest);
     std::fprintf(stderr, "corvane: unknown command \"%s\"\n%s", command.c_str(),
                  app::OverviewHelp().c_str());
     return 2;

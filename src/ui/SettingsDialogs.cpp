@@ -2,12 +2,14 @@
 
 #include "config/Validation.h"
 #include "engine/Format.h"
+#include "output/KeyboardBackend.h"
 
 #include "ui/DialogButtons.h"
 #include "ui/NetworkPage.h"
 #include "ui/QtMessageSink.h"
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFormLayout>
@@ -94,8 +96,9 @@ void AppSelectDialog::accept() {
 }
 
 PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& messages,
-                                     const engine::Locale& locale, QWidget* parent)
-    : QDialog(parent), cfg_(cfg), messages_(messages), locale_(locale) {
+                                     const engine::Locale& locale, QWidget* parent,
+                                     config::SettingsStore* store)
+    : QDialog(parent), cfg_(cfg), messages_(messages), locale_(locale), store_(store) {
     setWindowTitle("Corvane Preferences");
     auto* general = new QWidget(this);
     auto* layout = new QVBoxLayout(general);
@@ -151,6 +154,19 @@ PreferencesDialog::PreferencesDialog(config::Config& cfg, config::MessageSink& m
     specifyRow->addWidget(topic_, 1);
     topicLayout->addLayout(specifyRow);
     layout->addWidget(topicBox);
+    if (store_) {
+        // The item data is the backend's name, as --keyboard takes it.
+        keyboard_ = new QComboBox(general);
+        keyboard_->setObjectName("KeystrokeBackend");
+        keyboard_->addItem("Automatic (the session's own)", "auto");
+        keyboard_->addItem("X11 (XTest; on Wayland only X11 programs)", "x11");
+        keyboard_->addItem("wlroots (sway, Hyprland, labwc, river, Wayfire)", "wlroots");
+        keyboard_->setCurrentIndex(keyboard_->findData(
+            QString(output::KeyboardBackendName(output::StoredKeyboardBackend(*store_)))));
+        auto* keyboardForm = new QFormLayout;
+        keyboardForm->addRow("&Keystrokes Through:", keyboard_);
+        layout->addLayout(keyboardForm);
+    }
     layout->addStretch(1);
     pages_ = new QTabWidget(this);
     pages_->addTab(general, "&General");
@@ -215,6 +231,11 @@ void PreferencesDialog::accept() {
         next.ConfigChanged = config::True;
         cfg_ = next;
     }
+    // Kept for the user, not in the configuration: it does not mark it changed.
+    if (keyboard_)
+        output::StoreKeyboardBackend(
+            *store_, output::ParseKeyboardBackend(keyboard_->currentData().toString().toStdString())
+                         .value_or(output::KeyboardBackend::Auto));
     QDialog::accept();
 }
 

@@ -13,15 +13,20 @@
 // the date/time display with its format (a sample shown as it is typed),
 // and the program's DDE topic (the port's name, or a topic that must not be
 // blank) on its General page; the link to an MQTT broker on its Network page
-// (NetworkPage, kept in a file beside the configuration).
+// (NetworkPage, kept in a file beside the configuration). Given the per-user
+// settings store, it also offers the keystroke backend ("Keystrokes
+// Through"), which is kept there, not in the configuration: it belongs to the
+// desktop, not to the instrument.
 
 #include "config/Config.h"
 #include "config/MessageSink.h"
+#include "config/SettingsStore.h"
 #include "engine/Locale.h"
 
 #include <QDialog>
 
 class QCheckBox;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QRadioButton;
@@ -51,7 +56,8 @@ class PreferencesDialog : public QDialog {
     Q_OBJECT
 public:
     PreferencesDialog(config::Config& cfg, config::MessageSink& messages,
-                      const engine::Locale& locale, QWidget* parent = nullptr);
+                      const engine::Locale& locale, QWidget* parent = nullptr,
+                      config::SettingsStore* store = nullptr);
     void accept() override;
 
     QLineEdit* LogFile() const { return logFile_; }
@@ -65,6 +71,8 @@ public:
     class NetworkPage* Network() const {
         return network_;
     }
+    // Null without a settings store.
+    QComboBox* KeystrokeBackend() const { return keyboard_; }
 
 private:
     void ShowSample();
@@ -80,6 +88,8 @@ private:
     QLineEdit* topic_;
     QTabWidget* pages_;
     NetworkPage* network_;
+    config::SettingsStore* store_;
+    QComboBox* keyboard_ = nullptr;
 };
 
 } // namespace ui

@@ -221,7 +221,7 @@ void SetupWindow::BuildMenus() {
         dde->addAction(entry.caption, this, [this, purpose = entry.purpose] { EditDde(purpose); });
     settings->addAction("Pr&eferences...", this, [this] {
         const engine::Locale locale = engine::ReadProcessLocale();
-        PreferencesDialog dialog(cfg_, messages_, locale, this);
+        PreferencesDialog dialog(cfg_, messages_, locale, this, &store_);
         dialog.exec();
         Refresh();
     });

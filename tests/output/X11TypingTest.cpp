@@ -1,6 +1,7 @@
 // Typing into a real X client under a private Xvfb.
 
 #include "output/X11Keyboard.h"
+#include "support/BalanceRecords.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateXServer.h"
 #include "support/ProcessRunner.h"
@@ -315,14 +316,9 @@ TEST_F(X11Typing, RecordsGoOnlyIntoTheTargetAndTheUsersWindowGetsTheFocusBack) {
     cfg["InterCharDelay"] = 0;
     testsupport::PseudoTerminal pty;
     auto runtime = RunOnPty(cfg, "sheet", pty);
-    std::string records, expected;
-    for (int i = 1; i <= 200; ++i) {
-        char record[64];
-        std::snprintf(record, sizeof record, "%03d 11.11 100.00 %d%d", i, i % 10, i % 10);
-        records += std::string(record) + "\r";
-        expected += std::string(record) + "\n";
-    }
-    ASSERT_TRUE(pty.Write(records));
+    const testsupport::BalanceRecords records = testsupport::DoubledDigitRecords(200);
+    const std::string& expected = records.typed;
+    ASSERT_TRUE(pty.Write(records.sent));
     EXPECT_TRUE(WaitFor(60s, [&] { return Typed().size() >= expected.size(); }));
     EXPECT_EQ(Typed(), expected) << runtime->Stderr();
     EXPECT_EQ(testsupport::ReadFileBytes(frontTyped), "<ready>");

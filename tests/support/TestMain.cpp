@@ -16,6 +16,8 @@ int main(int argc, char** argv) {
     // Nor the desktop's X display: tests that need one start their own
     // (PrivateXServer), so they run alike on a desktop and in CI.
     ::unsetenv("DISPLAY");
+    // Nor the desktop's Wayland compositor (PrivateCompositor starts one).
+    ::unsetenv("WAYLAND_DISPLAY");
     // Nor the user's settings (COM mappings, window positions): a settings
     // folder of its own for each test program, gone after it.
     char settings[] = "/tmp/corvane-test-settings-XXXXXX";

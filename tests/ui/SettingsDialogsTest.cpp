@@ -4,10 +4,12 @@
 #include "ui/SettingsDialogs.h"
 
 #include "OffscreenApp.h"
+#include "support/MemorySettingsStore.h"
 #include "support/RecordingMessageSink.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
@@ -95,4 +97,29 @@ TEST_F(SettingsDialogsTest, PreferencesCoupleTheButtonsAndRefuseABlankTopic) {
     again.accept();
     EXPECT_EQ(cfg.ButtonDisplay, 3);
     EXPECT_EQ(cfg.DdeTopicName, ""); // the port's name again
+}
+
+TEST_F(SettingsDialogsTest, TheKeystrokeBackendIsKeptForTheUserNotInTheConfiguration) {
+    config::MemorySettingsStore store;
+    ui::PreferencesDialog dialog(cfg, messages, locale, nullptr, &store);
+    ASSERT_NE(dialog.KeystrokeBackend(), nullptr);
+    EXPECT_EQ(dialog.KeystrokeBackend()->currentData().toString(), "auto");
+    dialog.KeystrokeBackend()->setCurrentIndex(dialog.KeystrokeBackend()->findData("wlroots"));
+    // A refusal stores nothing, this choice neither.
+    dialog.SpecifyTopic()->setChecked(true);
+    dialog.Topic()->setText("");
+    dialog.accept();
+    EXPECT_FALSE(store.Get("Corvane", "Preferences", "KeystrokeBackend"));
+    dialog.UsePortName()->setChecked(true);
+    dialog.accept();
+    EXPECT_EQ(store.Get("Corvane", "Preferences", "KeystrokeBackend"), "wlroots");
+    EXPECT_FALSE(cfg.ConfigChanged);
+
+    ui::PreferencesDialog again(cfg, messages, locale, nullptr, &store);
+    EXPECT_EQ(again.KeystrokeBackend()->currentData().toString(), "wlroots");
+    again.KeystrokeBackend()->setCurrentIndex(again.KeystrokeBackend()->findData("auto"));
+    again.accept();
+    EXPECT_FALSE(store.Get("Corvane", "Preferences", "KeystrokeBackend"));
+    // Without a store there is no such choice.
+    EXPECT_EQ(ui::PreferencesDialog(cfg, messages, locale).KeystrokeBackend(), nullptr);
 }
